@@ -1,0 +1,28 @@
+/* libvonautil: the shared utility library of the media player firmware.
+ *
+ * The one header a firmware module includes: it brings in every module's C interface.
+ * Valid C11 and C++; no C++ types. */
+#ifndef VONAUTIL_H
+#define VONAUTIL_H
+
+#include "player/src/util/mt/export.h"
+#include "player/src/util/mt/common.h"
+#include "player/src/util/mt/fixed_path.h"
+
+/* Reporting: log, fatal errors, generic error, message lists, sync objects */
+
+/* Arrays and typed lists */
+
+/* Ordered sets and maps */
+
+/* String builder, buffers, shared formatting, octet streams */
+
+/* Properties files and saving containers into them */
+
+/* Text: UTF-8, UTF-32, code pages, iconv, encoding detection */
+
+/* Files, paths and URLs */
+
+/* Firmware files and MPEG sections */
+
+#endif

@@ -1,0 +1,97 @@
+// Shared helpers of the test suites: a sandbox root per test and small file helpers.
+#ifndef VONAUTIL_TEST_SUPPORT_HPP
+#define VONAUTIL_TEST_SUPPORT_HPP
+
+#include <ftw.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace test {
+
+// A fresh temporary directory that VONAUTIL_ROOT points at while the object lives, so that
+// the library's fixed paths ("/config/...", "/tmp/run/...") land inside it.
+class Sandbox {
+ public:
+  Sandbox() {
+    std::string pattern = "/tmp/vonautil-test-XXXXXX";
+    root_ = mkdtemp(&pattern[0]) ? pattern : std::string();
+    if (root_.empty()) ADD_FAILURE() << "cannot create a sandbox directory";
+    const char* previous = getenv("VONAUTIL_ROOT");
+    had_previous_ = previous != nullptr;
+    if (had_previous_) previous_ = previous;
+    setenv("VONAUTIL_ROOT", root_.c_str(), 1);
+  }
+  ~Sandbox() {
+    if (had_previous_) setenv("VONAUTIL_ROOT", previous_.c_str(), 1);
+    else unsetenv("VONAUTIL_ROOT");
+    if (!root_.empty()) nftw(root_.c_str(), remove_entry, 16, FTW_DEPTH | FTW_PHYS);
+  }
+  Sandbox(const Sandbox&) = delete;
+  Sandbox& operator=(const Sandbox&) = delete;
+
+  const std::string& root() const { return root_; }
+  // The real location of a fixed path such as "/config/x.properties".
+  std::string path(const std::string& fixed) const { return root_ + fixed; }
+
+ private:
+  static int remove_entry(const char* path, const struct stat*, int, struct FTW*) {
+    chmod(path, 0700);  // entries made unreadable by a test must still go
+    return remove(path);
+  }
+  std::string root_;
+  std::string previous_;
+  bool had_previous_ = false;
+};
+
+// A test fixture that gives every test its own sandbox.
+class SandboxTest : public ::testing::Test {
+ protected:
+  Sandbox sandbox;
+};
+
+inline std::string read_file(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+inline void write_file(const std::string& path, const std::string& content) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << content;
+}
+
+// mkdir -p
+inline void make_dirs(const std::string& path) {
+  for (size_t slash = 1; slash != std::string::npos; slash = path.find('/', slash + 1)) {
+    mkdir(path.substr(0, slash).c_str(), 0755);
+  }
+  mkdir(path.c_str(), 0755);
+}
+
+// Runs the vonautil tool with a shell command line; returns the exit status and fills `output`
+// with what it printed on standard output (standard error too when `merge_stderr`).
+inline int run_tool(const std::string& arguments, std::string* output = nullptr, bool merge_stderr = false) {
+  std::string command = std::string(VONAUTIL_TOOL) + " " + arguments + (merge_stderr ? " 2>&1" : " 2>/dev/null");
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return -1;
+  std::string text;
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) text.append(buffer, n);
+  int status = pclose(pipe);
+  if (output) *output = text;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace test
+
+#endif
