@@ -29,6 +29,27 @@ static void check_foundation(void) {
 
 /* String tools */
 
+static void check_strings(void) {
+  char text[] = "a  b";
+  char* cursor = text;
+  const char* names[] = {"file10", "file2"};
+  char* owned = malloc(4);
+  unsigned char bytes[2];
+  str_seg token = str_next_token_by_charset(&cursor, " ", 1);
+  CHECK(token.length == 1 && token.start == text && cursor == text + 3);
+  CHECK(str_parse_int("12 ", 5) == 5 && str_parse_int(" 12", 5) == 12);
+  CHECK(str_parse_bool("YES", -1) == 1 && str_parse_color_rgb("FF0000", 0) == 0xFF0000);
+  CHECK(str_parse_double("0.5", 0) == 0.5 && str_seg_parse_int(str_to_seg("77x"), 1) == 1);
+  qsort(names, 2, sizeof *names, str_nat_cmp);
+  CHECK(strcmp(names[0], "file2") == 0 && alnum_cmp("File2", "file10") < 0);
+  CHECK(hex_str_to_byte_array("A0ff", bytes) == 0 && bytes[0] == 0xA0 && bytes[1] == 0xFF);
+  CHECK(get_index_by_func_and_string(get_no_yes_choice_string_by_value, "yes", -1) == 1);
+  strcpy(owned, "aXa");
+  CHECK(str_replace_all(&owned, "a", "bb") == 2 && strcmp(owned, "bbXbb") == 0);
+  free(owned);
+  CHECK(get_intermediate_int_sqr(0, 100, 2, 4) == 50);
+}
+
 /* Arrays and containers */
 
 /* Builders, buffers and properties */
@@ -41,6 +62,7 @@ static void check_foundation(void) {
 
 int main(void) {
   check_foundation();
+  check_strings();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
 }
