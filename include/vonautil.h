@@ -24,5 +24,6 @@
 /* Files, paths and URLs */
 
 /* Firmware files and MPEG sections */
+#include "player/src/util/mpeg_utils.h"
 
 #endif

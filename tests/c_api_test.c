@@ -60,9 +60,22 @@ static void check_strings(void) {
 
 /* Firmware and MPEG */
 
+static void check_mpeg(void) {
+  /* a program association section with its stored CRC, after a packet header and pointer field */
+  unsigned char packet[MPEG_TS_PACKET_SIZE] = {0x47, 0x40, 0x00, 0x10, 0x00, 0x00, 0xB0, 0x0D, 0x00, 0x01, 0xC1,
+                                               0x00, 0x00, 0x00, 0x01, 0xF0, 0x00, 0x2A, 0xB1, 0x04, 0xB2};
+  CHECK(mpeg_utils_calculate_crc_32((const unsigned char*)"123456789", 9) == 0x0376E6E7u);
+  CHECK(mpeg_utils_verify_section(packet, 0) == packet + 5);
+  CHECK(mpeg_utils_get_section_length(packet + 5) == 13);
+  CHECK(mpeg_utils_verify_pmt(packet) == 0);
+  CHECK(mpeg_utils_are_sections_equal(packet + 5, packet + 5) == 1);
+  CHECK(mpeg_utils_get_difference_pts_ms(10, 95443700u, 5000) == 27);
+}
+
 int main(void) {
   check_foundation();
   check_strings();
+  check_mpeg();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
 }
