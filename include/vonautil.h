@@ -14,6 +14,7 @@
 /* Arrays and typed lists */
 
 /* Ordered sets and maps */
+#include "player/src/util/mt/containers.h"
 
 /* String builder, buffers, shared formatting, octet streams */
 

@@ -52,6 +52,53 @@ static void check_strings(void) {
 
 /* Arrays and containers */
 
+static int destroyed_count = 0;
+static void count_destroy(void* object) {
+  (void)object;
+  destroyed_count++;
+}
+static int keep_none(const char* key, void* object, void* context) {
+  (void)key;
+  (void)object;
+  (void)context;
+  return 0;
+}
+
+static void check_containers(void) {
+  C_StringSet* set = string_set_create();
+  C_StringMap* map = string_map_create();
+  C_LongByStringMap* longs = long_by_string_map_create();
+  C_ObjectByStringMap* objects = object_by_string_map_create();
+  C_IdSet* ids = id_set_create();
+  C_ObjectByIdMap* by_id = object_by_id_map_create();
+  const char** all;
+  long long* id_list;
+  int object = 1;
+
+  CHECK(string_set_add(set, "b") == 1 && string_set_add(set, "a") == 1 && string_set_add(set, "a") == 0);
+  all = string_set_get_all(set);
+  CHECK(strcmp(all[0], "a") == 0 && strcmp(all[1], "b") == 0 && all[2] == NULL);
+  free(all);
+  CHECK(string_map_put(map, "key", "value") == 1 && strcmp(string_map_get(map, "key"), "value") == 0);
+  CHECK(string_map_put(map, "key", NULL) == 1 && string_map_size(map) == 0);
+  CHECK(long_by_string_map_put(longs, "n", -5000000000LL) == 1);
+  CHECK(long_by_string_map_get(longs, "n", 0) == -5000000000LL && long_by_string_map_get(longs, "m", 9) == 9);
+  CHECK(object_by_string_map_put(objects, "x", &object, count_destroy) == 1);
+  CHECK(object_by_string_map_filter(objects, keep_none, NULL, count_destroy) == 1 && destroyed_count == 1);
+  CHECK(id_set_add(ids, 7) == 1 && id_set_add(ids, -7) == 1);
+  id_list = id_set_get_all(ids);
+  CHECK(id_list[0] == -7 && id_list[1] == 7);
+  free(id_list);
+  CHECK(object_by_id_map_put(by_id, 3, &object, count_destroy) == 1 && object_by_id_map_get(by_id, 3) == &object);
+  object_by_id_map_free(by_id, count_destroy);
+  CHECK(destroyed_count == 2);
+  string_set_free(set);
+  string_map_free(map);
+  long_by_string_map_free(longs);
+  object_by_string_map_free(objects, count_destroy);
+  id_set_free(ids);
+}
+
 /* Builders, buffers and properties */
 
 /* Text */
@@ -75,6 +122,7 @@ static void check_mpeg(void) {
 int main(void) {
   check_foundation();
   check_strings();
+  check_containers();
   check_mpeg();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
