@@ -82,6 +82,20 @@ void BM_StringMapGet_StdMap(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+// What a C++ map costs a caller that holds C strings: a std::string per lookup.
+void BM_StringMapGet_StdMapFromCString(benchmark::State& state) {
+  const Keys& k = keys(state.range(0));
+  std::map<std::string, std::string> map;
+  for (const std::string& key : k.inserts) map[key] = "value";
+  for (auto _ : state) {
+    for (const std::string& key : k.lookups) {
+      auto it = map.find(key.c_str());
+      benchmark::DoNotOptimize(it == map.end() ? nullptr : it->second.c_str());
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 void BM_LongByStringMapGet_Library(benchmark::State& state) {
   const Keys& k = keys(state.range(0));
   C_LongByStringMap* map = long_by_string_map_create();
@@ -115,6 +129,7 @@ BENCHMARK(BM_StringMapPut_Library)->SIZES;
 BENCHMARK(BM_StringMapPut_StdMap)->SIZES;
 BENCHMARK(BM_StringMapGet_Library)->SIZES;
 BENCHMARK(BM_StringMapGet_StdMap)->SIZES;
+BENCHMARK(BM_StringMapGet_StdMapFromCString)->SIZES;
 BENCHMARK(BM_LongByStringMapGet_Library)->SIZES;
 BENCHMARK(BM_LongByStringMapGet_StdMap)->SIZES;
 
