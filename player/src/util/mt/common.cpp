@@ -494,23 +494,20 @@ int str_nat_cmp(const void* a_ptr, const void* b_ptr) {
   const unsigned char* a = *(const unsigned char* const*)a_ptr;
   const unsigned char* b = *(const unsigned char* const*)b_ptr;
   for (;;) {
-    unsigned char ca = *a, cb = *b;
+    // Equal bytes that are neither digits nor the end are the common case: pass them quickly.
+    unsigned char ca, cb;
+    while ((ca = *a) == (cb = *b) && ca && !is_digit(ca)) ++a, ++b;
     if (!ca) return cb ? -1 : 0;
     if (!cb) return 1;
     bool digit_a = is_digit(ca), digit_b = is_digit(cb);
     if (digit_a != digit_b) return digit_a ? -1 : 1;
-    if (digit_a) {
-      int na = read_digit_run<int>(&a), nb = read_digit_run<int>(&b);
-      if (na != nb) return na - nb;
-      // The character after equal numbers is passed over uncompared; a string that ends
-      // there ends the comparison instead.
-      if (!*a || !*b) return *a ? 1 : (*b ? -1 : 0);
-      ++a, ++b;
-    } else if (ca != cb) {
-      return ca - cb;
-    } else {
-      ++a, ++b;
-    }
+    if (!digit_a) return ca - cb;
+    int na = read_digit_run<int>(&a), nb = read_digit_run<int>(&b);
+    if (na != nb) return na - nb;
+    // The character after equal numbers is passed over uncompared; a string that ends there
+    // ends the comparison instead.
+    if (!*a || !*b) return *a ? 1 : (*b ? -1 : 0);
+    ++a, ++b;
   }
 }
 
