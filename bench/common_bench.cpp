@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <random>
 #include <string>
 #include <vector>
@@ -13,27 +14,26 @@
 
 namespace {
 
-// Values as settings files hold them, with a few that fall back to the default.
-std::vector<std::string> int_values() {
-  const char* common[] = {"0", "1", "42", "-1", "1920", "1080", "100", "65535", "30", "5", "-273", "2147483647"};
-  const char* odd[] = {"12 ", "yes", "", " 7"};
+// 1,000 values as settings files hold them; one in ten falls back to the default.
+std::vector<std::string> setting_values(std::initializer_list<const char*> usual,
+                                        std::initializer_list<const char*> odd, unsigned seed) {
   std::vector<std::string> values;
-  std::mt19937 random(1);
+  std::mt19937 random(seed);
   for (int i = 0; i < 1000; ++i) {
-    values.push_back(i % 10 == 9 ? odd[random() % 4] : common[random() % 12]);
+    const auto& pool = i % 10 == 9 ? odd : usual;
+    values.push_back(pool.begin()[random() % pool.size()]);
   }
   return values;
 }
 
+std::vector<std::string> int_values() {
+  return setting_values({"0", "1", "42", "-1", "1920", "1080", "100", "65535", "30", "5", "-273", "2147483647"},
+                        {"12 ", "yes", "", " 7"}, 1);
+}
+
 std::vector<std::string> double_values() {
-  const char* common[] = {"0.5", "1.0", "23.976", "-3.25", "100", "1e3", "0.001", "59.94", "1.7777", "0"};
-  const char* odd[] = {"1.5 ", "auto", "", "1e400"};
-  std::vector<std::string> values;
-  std::mt19937 random(2);
-  for (int i = 0; i < 1000; ++i) {
-    values.push_back(i % 10 == 9 ? odd[random() % 4] : common[random() % 10]);
-  }
-  return values;
+  return setting_values({"0.5", "1.0", "23.976", "-3.25", "100", "1e3", "0.001", "59.94", "1.7777", "0"},
+                        {"1.5 ", "auto", "", "1e400"}, 2);
 }
 
 int strtol_whole(const char* s, int fallback) {
