@@ -10,6 +10,10 @@
 #include "player/src/util/mt/fixed_path.h"
 
 /* Reporting: log, fatal errors, generic error, message lists, sync objects */
+#include "player/src/util/mt/log.h"
+#include "player/src/util/mt/fatal_error.h"
+#include "player/src/util/mt/message_list.h"
+#include "player/src/util/mt/sync_object.h"
 
 /* Arrays and typed lists */
 

@@ -1,5 +1,6 @@
 /* The C interface as a C11 program sees it: every call below goes through the umbrella
  * header and the shared library. Exit status 0 when every check holds. */
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -26,6 +27,23 @@ static void check_foundation(void) {
 }
 
 /* Reporting */
+static void check_reporting(void) {
+  message_list* messages = ML_create_message_list();
+  sync_object* obj = sync_object_create();
+  char* args[] = {"c_api_test"};
+  CHECK(log_print("%s %d", "from C", 42) == 9);
+  log_print_args(1, args);
+  log_debug("not shown");
+  ML_add_message(messages, 3, 1, "line %d", 7);
+  CHECK(messages && messages->count == 1 && strcmp(messages->entries[0].text, "line 7") == 0 &&
+        messages->entries[0].kind == 3);
+  ML_free_message_list(messages);
+  CHECK(obj && sync_object_lock(obj) == 0);
+  CHECK(sync_object_wait_for_event(obj, 1) == ETIMEDOUT);
+  CHECK(sync_object_unlock(obj) == 0);
+  CHECK(sync_object_fire_event(NULL) == -1);
+  sync_object_destroy(obj);
+}
 
 /* String tools */
 
@@ -121,6 +139,7 @@ static void check_mpeg(void) {
 
 int main(void) {
   check_foundation();
+  check_reporting();
   check_strings();
   check_containers();
   check_mpeg();

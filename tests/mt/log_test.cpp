@@ -1,0 +1,288 @@
+#include <errno.h>
+#include <fcntl.h>
+
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "test_support.hpp"
+#include "vonautil.h"
+
+namespace {
+
+// Length of the line prefix "[PID] [tTHREAD] [YYYY-MM-DD hh:mm:ss.uuuuuu] " at `p`, or 0.
+size_t prefix_length(const char* p) {
+  unsigned long pid, thread;
+  int year, month, day, hour, minute, second, microseconds, n = 0;
+  int fields = sscanf(p, "[%lu] [t%lu] [%d-%d-%d %d:%d:%d.%d]%n", &pid, &thread, &year, &month, &day, &hour,
+                      &minute, &second, &microseconds, &n);
+  return fields == 9 && p[n] == ' ' ? n + 1 : 0;
+}
+
+// The messages of log text, without their line prefixes.
+std::string messages(const std::string& text) {
+  std::string result;
+  for (size_t i = 0; i < text.size();) {
+    size_t prefix = text[i] == '[' ? prefix_length(text.c_str() + i) : 0;
+    if (prefix) i += prefix;
+    else result += text[i++];
+  }
+  return result;
+}
+
+// Whether `text` shows at `pos` the UTC time of a second between `before` and `after`.
+bool stamped_at(const std::string& text, size_t pos, const char* format, time_t before, time_t after) {
+  for (time_t t = before; t <= after; t++) {
+    struct tm utc;
+    char stamp[64];
+    size_t length = strftime(stamp, sizeof stamp, format, gmtime_r(&t, &utc));
+    if (text.compare(pos, length, stamp) == 0) return true;
+  }
+  return false;
+}
+
+// Runs `body` with standard error sent to `file`, then puts standard output and standard
+// error back (expectations are checked after that, so that failures never land in a log file);
+// returns the messages that reached `file`.
+std::string with_stderr_in(const std::string& file, const std::function<void()>& body) {
+  int out = dup(1), err = dup(2);
+  int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  dup2(fd, 2);
+  close(fd);
+  body();
+  fflush(stdout);
+  dup2(out, 1);
+  dup2(err, 2);
+  close(out);
+  close(err);
+  return messages(test::read_file(file));
+}
+
+bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
+int log_through_vprint(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  int length = log_vprint(format, args);
+  va_end(args);
+  return length;
+}
+
+}  // namespace
+
+TEST(Log, LinesCarryPidThreadUtcTimeAndTheWholeMessage) {
+  setenv("TZ", "XST-5", 1);  // five hours off UTC: a local-time stamp would show
+  tzset();
+  testing::internal::CaptureStderr();
+  time_t before = time(nullptr);
+  EXPECT_EQ(8, log_print("hello %d", 42));
+  log_print_tight("tight %d", 1);
+  time_t after = time(nullptr);
+  std::string lines = testing::internal::GetCapturedStderr();
+  unsetenv("TZ");
+  tzset();
+  std::string ids = "[" + std::to_string(getpid()) + "] [t" + std::to_string((unsigned long)pthread_self()) + "] [";
+  size_t microseconds = ids.size() + 20, tight = microseconds + 17;
+  EXPECT_EQ(0u, lines.find(ids)) << lines;
+  EXPECT_TRUE(stamped_at(lines, ids.size(), "%Y-%m-%d %H:%M:%S.", before, after)) << lines;
+  EXPECT_EQ(6u, strspn(lines.c_str() + microseconds, "0123456789")) << lines;
+  EXPECT_EQ("] hello 42\n", lines.substr(microseconds + 6, 11));
+  EXPECT_TRUE(stamped_at(lines, tight, "%d%H%M%S", before, after)) << lines;
+  EXPECT_EQ("tight 1\n", lines.substr(tight + 8));
+
+  // No length limit on standard error; the result is the message's own length.
+  std::string long_text(5000, 'x');
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(5000, log_through_vprint("%s", long_text.c_str()));
+  log_debug("never %s", "shown");
+  errno = ENOENT;
+  log_perror("x");
+  char first[] = "a", second[] = "b c";
+  char* argv[] = {first, second};
+  log_print_args(2, argv);
+  EXPECT_EQ(long_text + "\nx: No such file or directory\n\nargv[0] = 'a'\nargv[1] = 'b c'\n",
+            messages(testing::internal::GetCapturedStderr()));
+}
+
+TEST(Log, LockCallbacksBracketEveryPublicCallOnce) {
+  static int locks, unlocks, depth, deepest;
+  auto reset = [] { locks = unlocks = depth = deepest = 0; };
+  auto lock = [] {
+    locks++;
+    deepest = std::max(deepest, ++depth);
+  };
+  auto unlock = [] {
+    unlocks++;
+    depth--;
+  };
+  test::Sandbox sandbox;
+  setenv("LOG_DIR", sandbox.root().c_str(), 1);
+  setenv("LOG_MAX_FILE_SIZE", "1", 1);  // every rotation check rotates
+  char arg[] = "a";
+  char* argv[] = {arg};
+  std::string err = sandbox.root() + "/err.txt";
+  std::vector<std::pair<const char*, std::function<void()>>> calls = {
+      {"log_print", [] { log_print("x"); }},
+      {"log_vprint", [] { log_through_vprint("x"); }},
+      {"log_print_tight", [] { log_print_tight("x"); }},
+      {"log_perror", [] { log_perror("x"); }},
+      {"log_print_args", [&] { log_print_args(1, argv); }},
+      {"log_redirect_to_file", [] { log_redirect_to_file("a.log", 0); }},
+      {"log_rotate_if_needed", [] { log_rotate_if_needed(); }},
+      {"log_redirect_to_syslog", [] { log_redirect_to_syslog("vonautil-test"); }},
+      {"log_redirect_stderr_to_file", [&] { log_redirect_stderr_to_file(err.c_str(), 1); }},
+  };
+  std::vector<std::string> results;
+  with_stderr_in(err, [&] {
+    log_set_lock_functions(lock, unlock);
+    for (auto& call : calls) {
+      reset();
+      call.second();
+      results.push_back(std::string(call.first) + " " + std::to_string(locks) + std::to_string(unlocks) +
+                        std::to_string(deepest));
+    }
+    reset();
+    log_debug("x");
+    log_set_lock_functions(lock, nullptr);
+    log_print("x");
+    log_set_lock_functions(nullptr, unlock);
+    log_print("x");
+    log_set_lock_functions(nullptr, nullptr);
+  });
+  unsetenv("LOG_DIR");
+  unsetenv("LOG_MAX_FILE_SIZE");
+  for (size_t i = 0; i < calls.size(); i++) EXPECT_EQ(std::string(calls[i].first) + " 111", results[i]);
+  EXPECT_EQ(1, locks);
+  EXPECT_EQ(1, unlocks);
+  EXPECT_TRUE(exists(sandbox.root() + "/a.log.old"));  // the rotation did run under the lock
+}
+
+TEST(Log, SyslogTakesTheLinesUntilTheNextFileRedirection) {
+  test::Sandbox sandbox;
+  std::string err = sandbox.root() + "/err.txt";
+  EXPECT_EQ("to the file\n", with_stderr_in(err, [&] {
+              log_redirect_to_syslog("vonautil-test");
+              log_print("to syslog");
+              log_print_tight("to syslog");
+              log_redirect_stderr_to_file(err.c_str(), 1);
+              log_print("to the file");
+            }));
+}
+
+class LogFile : public test::SandboxTest {
+ protected:
+  void SetUp() override {
+    dir = sandbox.root() + "/log";
+    test::make_dirs(dir);
+    path = dir + "/app.log";
+    setenv("LOG_DIR", dir.c_str(), 1);
+    unsetenv("LOG_MAX_FILE_SIZE");
+  }
+  void TearDown() override {
+    unsetenv("LOG_DIR");
+    unsetenv("LOG_MAX_FILE_SIZE");
+  }
+  std::string redirected(const std::function<void()>& body) {
+    return with_stderr_in(sandbox.root() + "/before", body);
+  }
+  std::string dir, path;
+  const std::string kStarted = "***** log_redirect_to_file() succeeded *****\n\n\n\n";
+};
+
+TEST_F(LogFile, RedirectionSendsBothStreamsToTheFileWithoutShortening) {
+  test::write_file(path, std::string(2000, '#'));
+  std::string before = redirected([] {
+    log_redirect_to_file("app.log", 0);
+    printf("from stdout\n");
+    fflush(stdout);  // line buffering only takes effect on a stream not yet written to
+    log_print("from the log");
+    log_redirect_to_file("app.log", 1);
+    log_print("appended");
+  });
+  EXPECT_EQ("Starting logging to '" + path + "' (file max size = 102400)\n", before);
+  // The second redirection announces itself at the first one's offset and appends at the end.
+  std::string head = kStarted + "from stdout\nfrom the log\n" + before;
+  std::string tail = "#" + kStarted + "appended\n";
+  std::string text = messages(test::read_file(path));
+  EXPECT_EQ(head, text.substr(0, head.size()));
+  EXPECT_EQ(tail, text.substr(text.size() - tail.size()));
+
+  unsetenv("LOG_DIR");
+  EXPECT_EQ("outside\n", redirected([] {
+              log_redirect_to_file("other.log", 1);
+              log_print("outside");
+            }));
+  EXPECT_FALSE(exists(dir + "/other.log"));
+}
+
+TEST_F(LogFile, RotatesOnlyPastTheMaximumSize) {
+  setenv("LOG_MAX_FILE_SIZE", "1000", 1);
+  off_t at_limit = -1;
+  bool rotated_at_limit = true;
+  redirected([&] {
+    log_redirect_to_file("app.log", 0);
+    std::string pad(1000 - lseek(1, 0, SEEK_CUR), '.');
+    fputs(pad.c_str(), stdout);
+    fflush(stdout);
+    at_limit = lseek(1, 0, SEEK_CUR);
+    log_rotate_if_needed();
+    rotated_at_limit = exists(path + ".old");
+    fputs("+", stdout);
+    fflush(stdout);
+    log_rotate_if_needed();
+    log_print("after");
+  });
+  EXPECT_EQ(1000, at_limit);
+  EXPECT_FALSE(rotated_at_limit);
+  std::string old_text = messages(test::read_file(path + ".old"));
+  EXPECT_EQ(".+Rotated '" + path + "' to '" + path + ".old'\nStarting logging to '" + path + "'\n",
+            old_text.substr(old_text.find(".+")));
+  EXPECT_EQ(kStarted + "after\n", messages(test::read_file(path)));
+
+  // A file already too big is rotated by the redirection itself, replacing the old generation.
+  test::write_file(path, std::string(1001, '#'));
+  redirected([] { log_redirect_to_file("app.log", 1); });
+  EXPECT_EQ(0u, test::read_file(path + ".old").find(std::string(1001, '#')));
+  EXPECT_EQ(kStarted, messages(test::read_file(path)));
+
+  for (const char* off : {"0", "none"}) {
+    setenv("LOG_MAX_FILE_SIZE", off, 1);
+    unlink((path + ".old").c_str());
+    std::string before = redirected([] {
+      log_redirect_to_file("app.log", 1);
+      log_rotate_if_needed();
+    });
+    EXPECT_FALSE(exists(path + ".old")) << off;
+    EXPECT_NE(std::string::npos, before.find("(file max size = " + std::to_string(atoi(off)) + ")")) << off;
+  }
+}
+
+TEST_F(LogFile, FailedRenameOverwritesTheLogFromItsStart) {
+  setenv("LOG_MAX_FILE_SIZE", "150", 1);
+  test::make_dirs(path + ".old/busy");  // a non-empty directory cannot be replaced by a file
+  redirected([] {
+    log_redirect_to_file("app.log", 0);
+    log_print("%s", std::string(200, '-').c_str());
+    log_rotate_if_needed();
+  });
+  std::string text = messages(test::read_file(path));
+  std::string tail = "rename: Is a directory\n\nFailed to rename '" + path + "' to '" + path +
+                     ".old'; truncating the log file\nStarting logging to '" + path + "'\n";
+  EXPECT_EQ(0u, text.find(kStarted)) << text;
+  EXPECT_EQ(tail, text.substr(text.size() - std::min(text.size(), tail.size())));
+}
+
+TEST_F(LogFile, UnopenableFileFallsBackToDevNull) {
+  setenv("LOG_DIR", (dir + "/missing").c_str(), 1);
+  std::string before = redirected([] {
+    log_redirect_to_file("app.log", 1);
+    printf("lost\n");
+    log_print("lost");
+  });
+  EXPECT_EQ("Starting logging to '" + dir + "/missing/app.log' (file max size = 102400)\n"
+            "open: No such file or directory\n\n"
+            "Failed to open log file; logging to /dev/null\n",
+            before);
+}
