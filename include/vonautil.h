@@ -25,6 +25,8 @@
 /* Properties files and saving containers into them */
 
 /* Text: UTF-8, UTF-32, code pages, iconv, encoding detection */
+#include "player/src/util/mt/convert_utf.h"
+#include "player/src/util/mt/charset_utils.h"
 
 /* Files, paths and URLs */
 
