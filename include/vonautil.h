@@ -14,8 +14,13 @@
 #include "player/src/util/mt/fatal_error.h"
 #include "player/src/util/mt/message_list.h"
 #include "player/src/util/mt/sync_object.h"
+#include "player/src/util/mt/generic_error.h"
 
 /* Arrays and typed lists */
+#include "player/src/util/mt/typed_list.h"
+#include "player/src/util/mt/basic_string_array.h"
+#include "player/src/util/mt/long_long_array.h"
+#include "player/src/util/mt/cyclic_int_array.h"
 
 /* Ordered sets and maps */
 #include "player/src/util/mt/containers.h"

@@ -77,6 +77,22 @@ inline void make_dirs(const std::string& path) {
   mkdir(path.c_str(), 0755);
 }
 
+// The death-test pattern of an assertion report "MODULE:LINE: FUNCTION: Assertion `EXPRESSION' failed."
+// with the texts taken literally; a line of 0 matches any line.
+inline std::string assertion_report(const std::string& module, int line, const std::string& function,
+                                    const std::string& expression) {
+  auto literal = [](const std::string& text) {
+    std::string escaped;
+    for (char c : text) {
+      if (std::string("\\^$.|?*+()[]{}").find(c) != std::string::npos) escaped += '\\';
+      escaped += c;
+    }
+    return escaped;
+  };
+  return literal(module) + ":" + (line > 0 ? std::to_string(line) : std::string("[0-9]+")) + ": " + literal(function) +
+         ": Assertion `" + literal(expression) + "' failed\\.";
+}
+
 // Runs the vonautil tool with a shell command line; returns the exit status and fills `output`
 // with what it printed on standard output (standard error too when `merge_stderr`).
 inline int run_tool(const std::string& arguments, std::string* output = nullptr, bool merge_stderr = false) {
