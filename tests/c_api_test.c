@@ -45,6 +45,15 @@ static void check_reporting(void) {
   sync_object_destroy(obj);
 }
 
+static void check_generic_error(void) {
+  generic_error_set("Title");
+  generic_error_add_description("why");
+  CHECK(generic_error_is_set() && strcmp(generic_error_get_title(), "Title") == 0);
+  CHECK(generic_error_get_descriptions()->size == 1);
+  generic_error_clear();
+  CHECK(!generic_error_is_set() && generic_error_get_descriptions() == NULL);
+}
+
 /* String tools */
 
 static void check_strings(void) {
@@ -69,6 +78,44 @@ static void check_strings(void) {
 }
 
 /* Arrays and containers */
+
+/* The typed-list generator works in C as well. */
+typedef struct point {
+  int x;
+} point;
+TYPED_LIST_DECLARE(point_list, point);
+TYPED_LIST_DECLARE_INSERT(point_list, point);
+TYPED_LIST_DEFINE(point_list, point, free);
+
+TYPED_LIST_DEFINE_INSERT(point_list, point);
+
+static void check_arrays(void) {
+  string_array* sa = string_array_split("b, a,c", ",");
+  char* joined;
+  long_long_array* lla = long_long_array_create_single(1LL << 40);
+  ci_array* ci = ci_array_create(2);
+  point_list* points = point_list_create();
+
+  string_array_sort(sa);
+  joined = string_array_join(sa, "+", 0, -1);
+  CHECK(sa->size == 3 && sa->items[3] == NULL && strcmp(joined, "a+b+c") == 0);
+  free(joined);
+  string_array_free(sa);
+
+  long_long_array_add(lla, -1);
+  CHECK(lla->size == 2 && long_long_array_find(lla, 1LL << 40) == 0);
+  long_long_array_free(lla);
+
+  ci_array_push_last(ci, 1);
+  ci_array_push_last(ci, 2);
+  CHECK(ci_array_push_last(ci, 3) == 1 && ci_array_first(ci) == 2 && ci_array_last(ci) == 3);
+  ci_array_free(ci);
+
+  point_list_add(points, (point*)calloc(1, sizeof(point)));
+  point_list_insert(points, 0, (point*)calloc(1, sizeof(point)));
+  CHECK(points->num_items == 2 && points->capacity == 2);
+  point_list_free(points);
+}
 
 static int destroyed_count = 0;
 static void count_destroy(void* object) {
@@ -140,7 +187,9 @@ static void check_mpeg(void) {
 int main(void) {
   check_foundation();
   check_reporting();
+  check_generic_error();
   check_strings();
+  check_arrays();
   check_containers();
   check_mpeg();
   printf("%d passed, %d failed\n", checks - failures, failures);
