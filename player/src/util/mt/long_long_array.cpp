@@ -45,6 +45,14 @@ long_long_array* long_long_array_copy(const long_long_array* lla) {
   return copy;
 }
 
+long_long_array* long_long_array_create_from_string_array(const string_array* sa) {
+  if (sa == nullptr) return nullptr;
+  long_long_array* lla = long_long_array_create_empty();
+  resize_items(lla, sa->size);
+  for (int i = 0; i < sa->size; i++) lla->items[i] = str_parse_int(sa->items[i], -1);
+  return lla;
+}
+
 void long_long_array_add(long_long_array* lla, long long value) { append(lla, &value, 1); }
 
 void long_long_array_add_all(long_long_array* lla, const long_long_array* other) {

@@ -3,6 +3,7 @@
 #ifndef VONAUTIL_LONG_LONG_ARRAY_H
 #define VONAUTIL_LONG_LONG_ARRAY_H
 
+#include "player/src/util/mt/basic_string_array.h"
 #include "player/src/util/mt/export.h"
 
 VONA_BEGIN_DECLS
@@ -16,6 +17,10 @@ long_long_array* long_long_array_create_empty(void);
 long_long_array* long_long_array_create_single(long long value);
 /* A copy; null gives null. */
 long_long_array* long_long_array_copy(const long_long_array* lla);
+/* Each string read with str_parse_int(text, -1) and widened, so text beyond the 32-bit range
+ * does not give 64-bit values this way; null gives null. */
+long_long_array* long_long_array_create_from_string_array(const string_array* sa);
+
 void long_long_array_add(long_long_array* lla, long long value);
 /* Appends all values of `other` (null adds none). */
 void long_long_array_add_all(long_long_array* lla, const long_long_array* other);
