@@ -26,6 +26,8 @@
 #include "player/src/util/mt/containers.h"
 
 /* String builder, buffers, shared formatting, octet streams */
+#include "player/src/util/mt/string_builder.h"
+#include "player/src/util/mt/string_buffer.h"
 
 /* Properties files and saving containers into them */
 

@@ -1,6 +1,7 @@
 /* The C interface as a C11 program sees it: every call below goes through the umbrella
  * header and the shared library. Exit status 0 when every check holds. */
 #include <errno.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -166,6 +167,49 @@ static void check_containers(void) {
 
 /* Builders, buffers and properties */
 
+static char* format_shared(char** buffer, const char* format, ...) {
+  va_list args;
+  char* text;
+  va_start(args, format);
+  text = vsprintf_shared(buffer, format, args);
+  va_end(args);
+  return text;
+}
+
+static void check_builders(void) {
+  string_builder* sb = string_builder_create();
+  str_buf buf = {0};
+  char* shared = NULL;
+  char* fresh;
+  unsigned char bytes[8];
+  octet_stream os;
+  int value = 0;
+
+  string_builder_push_abs(sb, "/mnt/");
+  string_builder_push_rel(sb, "music", 1);
+  CHECK(strcmp(string_builder_top(sb), "/mnt/music") == 0);
+  CHECK(string_builder_get_by_ndx(sb, 0).length == 4);
+  string_builder_pop(sb);
+  CHECK(strcmp(string_builder_top(sb), "/mnt") == 0);
+  string_builder_free(sb);
+
+  str_buf_append_json_string(&buf, "a\tb");
+  CHECK(buf.length == 6 && memcmp(buf.data, "\"a\\tb\"", 6) == 0);
+  free(buf.data);
+
+  CHECK(strcmp(format_shared(&shared, "%d-%s", 7, "x"), "7-x") == 0);
+  CHECK(strcmp(sprintf_shared(&shared, "%s", "again"), "again") == 0);
+  free(shared);
+  fresh = sprintf_new("%05d", 42);
+  CHECK(strcmp(fresh, "00042") == 0);
+  CHECK(strcmp(debug_get_shared_string(fresh), "00042") == 0); /* the pool owns it now */
+
+  octet_stream_init_writing(&os, bytes, sizeof bytes);
+  CHECK(octet_stream_write_int(&os, 1234) == 1 && os.remaining == 4);
+  octet_stream_init_reading(&os, bytes, sizeof bytes);
+  CHECK(octet_stream_read(&os, &value, sizeof value, 1) == 1 && value == 1234);
+}
+
 /* Text */
 
 /* Files, paths and URLs */
@@ -191,6 +235,7 @@ int main(void) {
   check_strings();
   check_arrays();
   check_containers();
+  check_builders();
   check_mpeg();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
