@@ -4,15 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
-// The formatted message lives until the process ends, which follows at once.
-const char* format_message(const char* format, va_list args) {
-  static char* text = nullptr;
-  return vasprintf(&text, format, args) >= 0 ? text : format;
-}
-
-}  // namespace
+#include "player/src/util/mt/string_buffer.h"
 
 void MY_fatal_error(const char* message) {
   printf("\n\n### FATAL ERROR: %s\n\n", message);
@@ -20,9 +12,11 @@ void MY_fatal_error(const char* message) {
 }
 
 void MY_fatal_error_f(const char* format, ...) {
+  // The shared formatting buffer; the message lives until the process ends, which follows at once.
+  static char* buffer = nullptr;
   va_list args;
   va_start(args, format);
-  const char* message = format_message(format, args);
+  const char* message = vsprintf_shared(&buffer, format, args);
   va_end(args);
   MY_fatal_error(message);
 }
