@@ -36,6 +36,8 @@
 #include "player/src/util/mt/charset_utils.h"
 
 /* Files, paths and URLs */
+#include "player/src/util/mt/path_utils.h"
+#include "player/src/util/mt/fs_path.h"
 
 /* Firmware files and MPEG sections */
 #include "player/src/util/mpeg_utils.h"

@@ -214,6 +214,22 @@ static void check_builders(void) {
 
 /* Files, paths and URLs */
 
+static void check_paths(void) {
+  fs_path* stack = fs_path_create("/tmp/mnt/D", "storage://D");
+  str_seg seg = str_to_seg("/a/b//c");
+  char* rel = path_utils_get_rel_path("/a/b", 4, "/a/c/d", 6);
+  char* resolved = path_utils_resolve_relative_url("c/d", "scheme://h/x/y");
+  CHECK(strcmp(fs_path_push(stack, "Music"), "storage://D/Music") == 0);
+  CHECK(strcmp(fs_path_top_parent(stack), "/tmp/mnt/D") == 0);
+  fs_path_free(stack);
+  CHECK(rel && strcmp(rel, "../c/d") == 0);
+  CHECK(resolved && strcmp(resolved, "scheme://h/x/y/c/d") == 0);
+  free(rel);
+  free(resolved);
+  CHECK(path_utils_rshift(&seg).length == 1 && seg.length == 4);
+  CHECK(strcmp(path_utils_get_ext("dir.d/movie.MKV"), "MKV") == 0 && path_utils_is_prefix("/a", "/a/b"));
+}
+
 /* Firmware and MPEG */
 
 static void check_mpeg(void) {
@@ -236,6 +252,7 @@ int main(void) {
   check_arrays();
   check_containers();
   check_builders();
+  check_paths();
   check_mpeg();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
