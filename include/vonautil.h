@@ -30,6 +30,7 @@
 #include "player/src/util/mt/string_buffer.h"
 
 /* Properties files and saving containers into them */
+#include "player/src/util/mt/properties.h"
 
 /* Text: UTF-8, UTF-32, code pages, iconv, encoding detection */
 #include "player/src/util/mt/convert_utf.h"

@@ -210,6 +210,28 @@ static void check_builders(void) {
   CHECK(octet_stream_read(&os, &value, sizeof value, 1) == 1 && value == 1234);
 }
 
+static void check_properties(void) {
+  properties* p = properties_create_with_index();
+  char* text;
+  str_seg seg;
+  properties_build_from_buffer(p, " a = 1 \n# comment\nb=x=y\n");
+  properties_set_int(p, "n", 7);
+  properties_set_escaped(p, "s", " padded");
+  seg.start = "\"quoted\"";
+  seg.length = 8;
+  seg = properties_unescape_value_seg(seg);
+  CHECK(p->count == 4);
+  CHECK(properties_get_int(p, "a", 0) == 1 && properties_get_int(p, "missing", -1) == -1);
+  CHECK(strcmp(properties_get_str(p, "b", ""), "x=y") == 0);
+  CHECK(seg.length == 6);
+  CHECK(properties_remove(p, "a") == 1);
+  text = properties_save_to_buffer(p);
+  CHECK(strcmp(text, "b = x=y\nn = 7\ns = \" padded\"\n") == 0);
+  free(text);
+  properties_free(p);
+}
+
+
 /* Text */
 
 /* Files, paths and URLs */
@@ -254,6 +276,7 @@ int main(void) {
   check_builders();
   check_paths();
   check_mpeg();
+  check_properties();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
 }
