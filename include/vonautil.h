@@ -31,6 +31,7 @@
 
 /* Properties files and saving containers into them */
 #include "player/src/util/mt/properties.h"
+#include "player/src/util/mt/container_utils.h"
 
 /* Text: UTF-8, UTF-32, code pages, iconv, encoding detection */
 #include "player/src/util/mt/convert_utf.h"

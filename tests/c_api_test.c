@@ -231,6 +231,21 @@ static void check_properties(void) {
   properties_free(p);
 }
 
+static void check_container_utils(void) {
+  properties* p = properties_create_empty();
+  string_array* sa = string_array_create_single("a");
+  string_array* restored;
+  long_long_array* lla;
+  string_array_save(sa, p, "list");
+  long_long_array_save(NULL, p, "ids");
+  restored = string_array_restore(p, "list");
+  lla = long_long_array_restore(p, "ids");
+  CHECK(restored && string_array_equals(sa, restored));
+  CHECK(lla == NULL && string_set_restore(p, "none") == NULL);
+  string_array_free(sa);
+  string_array_free(restored);
+  properties_free(p);
+}
 
 /* Text */
 
@@ -277,6 +292,7 @@ int main(void) {
   check_paths();
   check_mpeg();
   check_properties();
+  check_container_utils();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
 }

@@ -1,0 +1,158 @@
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "test_support.hpp"
+#include "vonautil.h"
+
+namespace {
+
+std::string saved(const properties* p) {
+  char* text = properties_save_to_buffer(p);
+  std::string copy = text;
+  free(text);
+  return copy;
+}
+
+// The strings of a null-terminated snapshot, joined by "|"; the array is freed.
+std::string joined(const char** strings) {
+  std::string text;
+  for (const char** s = strings; *s != nullptr; ++s) text += std::string(s == strings ? "" : "|") + *s;
+  free(strings);
+  return text;
+}
+
+properties* parse(const std::string& text) {
+  properties* p = properties_create_empty();
+  properties_build_from_buffer(p, text.c_str());
+  return p;
+}
+
+}  // namespace
+
+class ContainerUtils : public test::SandboxTest {};
+
+TEST_F(ContainerUtils, EverythingSavedToAFileIsRestoredEqual) {
+  string_array* sa = string_array_split("first,x = y,#not a comment,", ",");
+  string_array_add(sa, "");
+  long_long_array* lla = long_long_array_create_single(LLONG_MIN);
+  long_long_array_add(lla, LLONG_MAX);
+  long_long_array_add(lla, -1);
+  string_builder* sb = string_builder_create();
+  string_builder_push_abs(sb, "/mnt/");
+  string_builder_push_rel(sb, "music/", 1);
+  string_builder_push_rel(sb, "Live", 1);  // begins with a copy of "/mnt"
+  string_builder_push_rel(sb, "x", 0);
+  C_StringSet* set = string_set_create();
+  for (const char* s : {"b", "a", "a=b"}) string_set_add(set, s);
+  C_StringMap* map = string_map_create();
+  string_map_put(map, "volume", "40");
+  string_map_put(map, "language", "en");
+  string_map_put(map, "empty", "");
+
+  properties* p = properties_create_empty();
+  string_array_save(sa, p, "list");
+  long_long_array_save(lla, p, "ids");
+  string_builder_save(sb, p, "path");
+  string_set_save(set, p, "set");
+  string_map_save(map, p, nullptr);
+  string_array_save(nullptr, p, "no_list");
+  long_long_array_save(nullptr, p, "no_ids");
+  string_builder_save(nullptr, p, "no_path");
+  string_set_save(nullptr, p, "no_set");
+  string_map_save(nullptr, p, "no_map");
+  std::string path = sandbox.path("/saved.properties");
+  ASSERT_EQ(0, properties_safe_save_to_internal_file(p, path.c_str(), 0));
+  properties* loaded = properties_load_from_internal_file_with_index(path.c_str());
+  ASSERT_NE(nullptr, loaded);
+
+  string_array* sa2 = string_array_restore(loaded, "list");
+  EXPECT_EQ(1, string_array_equals(sa, sa2));
+  long_long_array* lla2 = long_long_array_restore(loaded, "ids");
+  ASSERT_EQ(3, lla2->size);
+  EXPECT_EQ(0, memcmp(lla->items, lla2->items, sizeof(long long) * 3));
+  string_builder* sb2 = string_builder_restore(loaded, "path");
+  ASSERT_EQ(sb->buf_length, sb2->buf_length);
+  EXPECT_EQ(0, memcmp(sb->buf, sb2->buf, (size_t)sb->buf_length + 1));
+  ASSERT_EQ(sb->num_items, sb2->num_items);
+  EXPECT_EQ(0, memcmp(sb->items, sb2->items, sizeof(string_builder_item) * (size_t)sb->num_items));
+  string_builder_pop(sb2);
+  string_builder_pop(sb2);
+  EXPECT_STREQ("/mnt/music", string_builder_top(sb2));
+  C_StringSet* set2 = string_set_restore(loaded, "set");
+  EXPECT_EQ("a|a=b|b", joined(string_set_get_all(set2)));
+  C_StringMap* map2 = string_map_restore(loaded, "");
+  EXPECT_EQ("empty|language|volume", joined(string_map_get_keys(map2)));
+  EXPECT_EQ("|en|40", joined(string_map_get_values(map2)));
+
+  EXPECT_EQ(nullptr, string_array_restore(loaded, "no_list"));
+  EXPECT_EQ(nullptr, long_long_array_restore(loaded, "no_ids"));
+  EXPECT_EQ(nullptr, string_builder_restore(loaded, "no_path"));
+  EXPECT_EQ(nullptr, string_set_restore(loaded, "no_set"));
+  EXPECT_EQ(nullptr, string_map_restore(loaded, "no_map"));
+  EXPECT_EQ(nullptr, properties_get(loaded, "no_list.is_null"));  // a null object writes nothing...
+  EXPECT_STREQ("0", properties_get(loaded, "no_ids.is_not_null"));  // ...except a null long_long_array
+
+  string_array_free(sa), string_array_free(sa2);
+  long_long_array_free(lla), long_long_array_free(lla2);
+  string_builder_free(sb), string_builder_free(sb2);
+  string_set_free(set), string_set_free(set2);
+  string_map_free(map), string_map_free(map2);
+  properties_free(p), properties_free(loaded);
+}
+
+TEST(ContainerUtilsKeys, FollowEachSchemeExactly) {
+  properties* p = properties_create_empty();
+  string_array* sa = string_array_create_single("a");
+  string_array_save(sa, p, nullptr);
+  long_long_array* lla = long_long_array_create_single(7);
+  long_long_array_save(lla, p, "n");
+  string_builder* sb = string_builder_create();
+  string_builder_push_abs(sb, "/a");
+  string_builder_push_rel(sb, "b", 1);
+  string_builder_save(sb, p, "");
+  EXPECT_EQ("is_null = 0\nsize = 1\n0 = a\nn.is_not_null = 1\nn.size = 1\nn.value.0 = 7\nnum_items = 2\n"
+            "0.segment = /a\n0.start = 0\n0.begin = 0\n0.end = 2\n1.segment = /b\n1.start = 0\n1.begin = 3\n1.end = 4\n",
+            saved(p));
+  properties* holes = parse("n.is_not_null = 1\nn.size = 2\nn.value.1 = 5\n");
+  long_long_array* restored = long_long_array_restore(holes, "n");
+  EXPECT_EQ(-1, restored->items[0]);  // a missing value
+  EXPECT_EQ(5, restored->items[1]);
+  string_array_free(sa);
+  long_long_array_free(lla);
+  long_long_array_free(restored);
+  string_builder_free(sb);
+  properties_free(p);
+  properties_free(holes);
+}
+
+TEST(ContainerUtilsKeys, MissingOrInconsistentEntriesAreAssertions) {
+  using Restore = void (*)(const properties*);
+  Restore array = [](const properties* p) { string_array_free(string_array_restore(p, nullptr)); };
+  Restore set = [](const properties* p) { string_set_free(string_set_restore(p, nullptr)); };
+  Restore map = [](const properties* p) { string_map_free(string_map_restore(p, nullptr)); };
+  Restore builder = [](const properties* p) { string_builder_free(string_builder_restore(p, nullptr)); };
+  const char* item = "is_null = 0\nnum_items = 1\n0.segment = ab\n";
+  struct Case {
+    Restore restore;
+    std::string text;
+    const char* assertion;
+  } cases[] = {
+      {array, "is_null = 0\nsize = 2\n0 = a\n", "string_array_restore: Assertion `s'"},
+      {set, "is_null = 0\nsize = 1\n", "string_set_restore: Assertion `s'"},
+      {map, "is_null = 0\nsize = 1\n0.value = v\n", "string_map_restore: Assertion `key'"},
+      {map, "is_null = 0\nsize = 1\n0.key = k\n", "string_map_restore: Assertion `value'"},
+      {builder, "is_null = 0\n", "string_builder_restore: Assertion `num_items >= 0'"},
+      {builder, "is_null = 0\nnum_items = 1\n", "string_builder_restore: Assertion `str'"},
+      {builder, item + std::string("0.begin = 0\n0.end = 2\n"), "Assertion `start >= 0'"},
+      {builder, item + std::string("0.start = 1\n0.begin = 0\n0.end = 2\n"), "Assertion `begin >= start'"},
+      {builder, item + std::string("0.start = 0\n0.begin = 0\n"), "Assertion `end >= begin'"},
+      {builder, item + std::string("0.start = 0\n0.begin = 0\n0.end = 1\n"), "Assertion `end == t->buf_length'"},
+  };
+  for (const Case& c : cases) {
+    properties* p = parse(c.text);
+    EXPECT_DEATH(c.restore(p), std::string("player/src/util/mt/container_utils:[0-9]+: .*") + c.assertion) << c.text;
+    properties_free(p);
+  }
+}
