@@ -79,25 +79,20 @@ TEST(CodePages, EveryByteMapsAsPublishedAndBackToTheFirstMatch) {
     EXPECT_EQ(kUndefined[page.number - 1250], undefined) << "CP" << page.number;
 
     // Strings go through the same tables; code points outside the page become "?".
-    const UTF32 text[] = {'A', 0x20AC, 0x4E2D, 0x1F600, 0};
-    char bytes[5] = {};
+    const UTF32 text[] = {'A', 0x20AC, 0x4E2D, 0x1F600};
+    char bytes[4];
     page.str_from_utf32(text, bytes, 4);
     EXPECT_EQ((std::string{'A', (char)page.from_utf32(0x20AC), '?', '?'}), std::string(bytes, 4)) << page.number;
-    EXPECT_NE('?', bytes[1]) << "every page has the euro sign";
     UTF32 back[5] = {1, 1, 1, 1, 7};
     page.str_to_utf32(bytes, back, 4);
-    EXPECT_EQ(0x20ACu, back[1]);
+    EXPECT_EQ(0x20ACu, back[1]) << "every page has the euro sign";
     EXPECT_EQ(7u, back[4]) << "no terminator is written";
-    page.str_to_utf32(bytes, back, 0);
-    page.str_to_utf32(bytes, back, -1);
-    EXPECT_EQ('A', back[0]);
   }
   EXPECT_EQ(0x20, charset_convert_char_utf32_to_cp1251(0x20));  // 0x98 also maps to U+0020
   EXPECT_EQ(0x81u, charset_convert_char_cp1257_to_utf32(0x81));
   EXPECT_EQ(0x3Fu, charset_convert_char_cp1252_to_utf32(0x81));
   EXPECT_EQ(0xC0, charset_do_convert_char_utf32_to_cp1251(0x410, -1));
   EXPECT_EQ(-1, charset_do_convert_char_utf32_to_cp1251(0xE9, -1));
-  EXPECT_EQ(-1, charset_do_convert_char_utf32_to_cp1251(0x110410, -1));
   EXPECT_EQ('?', charset_convert_char_utf32_to_cp1251(0xE9));
 }
 
@@ -115,19 +110,10 @@ TEST(CodePages, Cp1251CaseMapsAndSortWeights) {
   EXPECT_STREQ("\xF0\xF3\xF1\xFC abc", word);
   charset_convert_str_first_letter_to_upper_cp1251(word);
   EXPECT_STREQ("\xD0\xF3\xF1\xFC abc", word);
-  char empty[] = "";
-  charset_convert_str_first_letter_to_upper_cp1251(empty);
 
-  EXPECT_EQ(257, charset_get_order_value_cp1251('A'));
-  EXPECT_EQ(257, charset_get_order_value_cp1251('a'));
-  EXPECT_EQ(282, charset_get_order_value_cp1251('z'));
-  EXPECT_EQ(288, charset_get_order_value_cp1251(0xC0));  // А
-  EXPECT_EQ(293, charset_get_order_value_cp1251(0xA8));  // Ё as Е
-  EXPECT_EQ(293, charset_get_order_value_cp1251(0xB8));
-  EXPECT_EQ(319, charset_get_order_value_cp1251(0xFF));  // я
-  EXPECT_EQ('@', charset_get_order_value_cp1251('@'));
-  EXPECT_EQ('[', charset_get_order_value_cp1251('['));
-  EXPECT_EQ(0xAA, charset_get_order_value_cp1251(0xAA));  // Є keeps its byte
+  const int bytes[] = {'A', 'a', 'z', 0xC0, 0xA8, 0xB8, 0xC5, 0xFF, '@', '[', 0xAA};
+  const int orders[] = {257, 257, 282, 288, 293, 293, 293, 319, '@', '[', 0xAA};  // Ё, ё as Е; Є keeps its byte
+  for (int i = 0; i < 11; ++i) EXPECT_EQ(orders[i], charset_get_order_value_cp1251((unsigned char)bytes[i])) << bytes[i];
   EXPECT_EQ(0, charset_compare_str_cp1251("\xB8\xEB\xEA\xE0", "\xC5\xCB\xCA\xC0"));  // ёлка, ЕЛКА
   EXPECT_LT(charset_compare_str_cp1251("abc", "abcd"), 0);
   EXPECT_GT(charset_compare_str_cp1251("\xE0", "z"), 0);  // Cyrillic after Latin
@@ -141,7 +127,6 @@ TEST(CodePages, Utf8ToUtf32StringsWithIllFormedBytes) {
   EXPECT_EQ(3, charset_convert_str_utf8_to_utf32("\xD0\xB6\xE2\x82", out, 16));  // truncated at the end
   EXPECT_EQ((std::vector<UTF32>{0x436, '?', '?'}), std::vector<UTF32>(out, out + 3));
   EXPECT_EQ(2, charset_convert_str_utf8_to_utf32("abcd", out, 2));
-  EXPECT_EQ(0, charset_convert_str_utf8_to_utf32("", out, 4));
   EXPECT_DEATH(charset_convert_str_utf8_to_utf32("a", out, -1),
                "player/src/util/mt/charset_utils:[0-9]+: charset_convert_str_utf8_to_utf32: "
                "Assertion `max_target_len >= 0' failed");
