@@ -35,7 +35,13 @@
 
 /* Text: UTF-8, UTF-32, code pages, iconv, encoding detection */
 #include "player/src/util/mt/convert_utf.h"
+#include "player/src/util/mt/unicode_utils.h"
 #include "player/src/util/mt/charset_utils.h"
+#include "player/src/util/mt/iconv_utils.h"
+#include "player/src/util/mt/encoding_utils.h"
+#include "player/src/util/mt/auto_enc.h"
+#include "player/src/util/mt/settings_provider.h"
+#include "player/src/util/mt/path_encoding.h"
 
 /* Files, paths and URLs */
 #include "player/src/util/mt/path_utils.h"

@@ -249,6 +249,27 @@ static void check_container_utils(void) {
 
 /* Text */
 
+static void check_text(void) {
+  const UTF32 word[] = {0x41C, 0x438, 0x440, 0}; /* "Мир" */
+  UTF32* wide = utf32_create_from_utf8("\xD0\x9C\xD0\xB8\xD1\x80");
+  char* cp1251 = convert_string_from_utf32(word, 2);
+  char* holder = NULL;
+  auto_enc_stat stat;
+  CHECK(utf32_strlen(wide) == 3 && wide[0] == 0x41C);
+  CHECK(strcmp(cp1251, "\xCC\xE8\xF0") == 0);
+  CHECK(strcmp(encoding_to_string(12), "euckr") == 0);
+  CHECK(utf8_strcmp("\xD1\x91", "\xD0\xB5") == 0);
+  CHECK(strcmp(MY_convert_string_from_external(&holder, cp1251, 2), "\xD0\x9C\xD0\xB8\xD1\x80") == 0);
+  auto_enc_stat_create(&stat);
+  auto_enc_stat_update(&stat, cp1251, cp1251 + 3);
+  settings_provider_set_interface_language("russian");
+  CHECK(auto_enc_get_auto_encoding(&stat, 1, 0) == 2);
+  settings_provider_reset();
+  free(wide);
+  free(cp1251);
+  free(holder);
+}
+
 /* Files, paths and URLs */
 
 static void check_paths(void) {
@@ -289,6 +310,7 @@ int main(void) {
   check_arrays();
   check_containers();
   check_builders();
+  check_text();
   check_paths();
   check_mpeg();
   check_properties();

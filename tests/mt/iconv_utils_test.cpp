@@ -1,0 +1,113 @@
+#include <dlfcn.h>
+#include <iconv.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "vonautil.h"
+
+// The C library's iconv_open and iconv_close, counted: the library's calls resolve to these.
+static std::atomic<int> opened{0};
+static std::atomic<int> closed{0};
+
+extern "C" iconv_t iconv_open(const char* to, const char* from) {
+  static auto real = (iconv_t(*)(const char*, const char*))dlsym(RTLD_NEXT, "iconv_open");
+  iconv_t descriptor = real(to, from);
+  if (descriptor != (iconv_t)-1) ++opened;
+  return descriptor;
+}
+
+extern "C" int iconv_close(iconv_t descriptor) {
+  static auto real = (int (*)(iconv_t))dlsym(RTLD_NEXT, "iconv_close");
+  ++closed;
+  return real(descriptor);
+}
+
+namespace {
+
+struct ThreadResult {
+  iconv_t first[4];
+  bool stable = true;
+  bool converted = true;
+};
+
+// Uses Big5 and GB2312 both ways, several times, and notes the descriptors it was given.
+void* use_descriptors(void* arg) {
+  ThreadResult* result = (ThreadResult*)arg;
+  for (int round = 0; round < 5; ++round) {
+    iconv_t now[4] = {iconv_utils_get_to_utf32_conversion_descriptor(1),
+                      iconv_utils_get_from_utf32_conversion_descriptor(1),
+                      iconv_utils_get_to_utf32_conversion_descriptor(2),
+                      iconv_utils_get_from_utf32_conversion_descriptor(2)};
+    for (int i = 0; i < 4; ++i) {
+      if (round == 0) result->first[i] = now[i];
+      else if (now[i] != result->first[i]) result->stable = false;
+    }
+    UTF32* text = utf32_create_from_big5("\xA4\xA4\xA4\xE5");
+    char* back = utf32_convert_to_gb2312(text);
+    result->converted = result->converted && strcmp(back, "\xD6\xD0\xCE\xC4") == 0;
+    free(text);
+    free(back);
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+TEST(IconvUtils, DescriptorsAreOpenedOncePerThreadAndClosedAtThreadExit) {
+  iconv_t main_descriptor = iconv_utils_get_to_utf32_conversion_descriptor(1);
+  EXPECT_EQ(main_descriptor, iconv_utils_get_to_utf32_conversion_descriptor(1));
+  opened = 0;
+  closed = 0;
+
+  constexpr int kThreads = 4;
+  ThreadResult results[kThreads];
+  pthread_t threads[kThreads];
+  for (int i = 0; i < kThreads; ++i) pthread_create(&threads[i], nullptr, use_descriptors, &results[i]);
+  for (int i = 0; i < kThreads; ++i) pthread_join(threads[i], nullptr);
+
+  EXPECT_EQ(4 * kThreads, opened.load()) << "four descriptors in each thread, each opened once";
+  EXPECT_EQ(4 * kThreads, closed.load()) << "all of them closed when their thread ended";
+  for (const ThreadResult& result : results) {
+    EXPECT_TRUE(result.stable);
+    EXPECT_TRUE(result.converted);
+    EXPECT_NE(main_descriptor, result.first[0]);
+  }
+  EXPECT_EQ(main_descriptor, iconv_utils_get_to_utf32_conversion_descriptor(1));
+  EXPECT_DEATH(iconv_utils_get_to_utf32_conversion_descriptor(4),
+               "iconv_utils_get_to_utf32_conversion_descriptor: Assertion `enc >= 0 && enc < MAX_ICONV_ENCODINGS'");
+}
+
+TEST(IconvUtils, BadInputBecomesQuestionMarksAndFullBuffersAreReported) {
+  iconv_t to = iconv_utils_get_to_utf32_conversion_descriptor(3);
+  UTF32 out[8];
+  // An invalid byte in the middle and an incomplete sequence at the end: one "?" each.
+  EXPECT_EQ(4, iconv_utils_copy_to_utf32(to, out, "\xC7\xD1\xFFz\xC7", 7));
+  EXPECT_EQ((std::vector<UTF32>{0xD55C, '?', 'z', '?'}), std::vector<UTF32>(out, out + 4));
+  EXPECT_EQ(0u, out[4]);
+  EXPECT_EQ(1, iconv_utils_copy_to_utf32(to, out, "\xC7\xD1", 7)) << "the state was reset after the error";
+  EXPECT_EQ(0xD55Cu, out[0]);
+
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(1, iconv_utils_copy_to_utf32(to, out, "ab", 1));
+  EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("Warning: iconv UTF32 output buffer exhausted"));
+  EXPECT_EQ((std::vector<UTF32>{'a', 0}), std::vector<UTF32>(out, out + 2));
+
+  // From UTF-32: one byte per character is not enough for Hangul.
+  const UTF32 hangul[] = {'a', 0xD55C, 0};
+  testing::internal::CaptureStderr();
+  char* narrow = iconv_utils_convert_from_utf32(iconv_utils_get_from_utf32_conversion_descriptor(3), 1, hangul);
+  EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("Warning: iconv output buffer exhausted"));
+  EXPECT_STREQ("a", narrow);
+  free(narrow);
+
+  EXPECT_DEATH(iconv_utils_copy_to_utf32(to, nullptr, "a", 1), "iconv_utils_copy_to_utf32: Assertion `target' failed");
+  EXPECT_DEATH(iconv_utils_convert_to_utf32(to, nullptr), "iconv_utils_convert_to_utf32: Assertion `source' failed");
+  EXPECT_DEATH(iconv_utils_convert_from_utf32(to, 2, nullptr), "Assertion `source_utf32' failed");
+}
