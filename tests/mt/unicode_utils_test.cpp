@@ -60,7 +60,8 @@ TEST(Utf8, SortOrder) {
                {"\xD1\x8F", "\xCE\xB1", -1},                    // я before Greek α
                {"1", "a", -1},         {"", "", 0},            {"a\xFF", "a?", 0},
                {"\xD0\xB0", "\xD0\xB1", -1},  // the same lead byte, different characters
-               {"\xD0\x96" "z", "\xD0\xB6" "A", 1}};
+               {"\xD0\x96" "z", "\xD0\xB6" "A", 1},
+               {"\xD0" "O", "\xD0\xBC", -1}, {"\xD0\xBC", "\xD0" "O", 1}};  // "?O" before "м"
   for (const auto& c : cases) {
     int result = utf8_strcmp(c.a, c.b);
     EXPECT_EQ(c.sign, (result > 0) - (result < 0)) << c.a << " vs " << c.b;

@@ -137,11 +137,15 @@ int utf8_strcmp(const char* a, const char* b) {
       if (difference != 0) return difference;
       continue;
     }
-    if (*p == *q) {  // the same lead byte: if the whole characters match, step over both at once
+    if (*p == *q) {
+      // The same lead byte: when `a` holds a well-formed character there and `b` the same bytes,
+      // `b` holds the same character, so both are stepped over at once. (An ill-formed byte in
+      // `a` proves nothing: the same byte may start a well-formed character in `b`.)
       const UTF8* start = p;
       utf::next_char_terminated(p);
-      if (memcmp(start, q, (size_t)(p - start)) == 0) {
-        q += p - start;
+      size_t length = (size_t)(p - start);
+      if (length > 1 && memcmp(start, q, length) == 0) {
+        q += length;
         continue;
       }
       p = start;
