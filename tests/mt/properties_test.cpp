@@ -215,7 +215,6 @@ TEST_F(PropertiesFiles, SavesReportFailuresAndLeaveThePreviousFile) {
   std::string target = file("s.properties");
   EXPECT_EQ(0, properties_save_to_internal_file(p, target.c_str(), 0));
   EXPECT_EQ("a = 1\nb = 2\n", test::read_file(target));
-  EXPECT_EQ(0, properties_safe_save_to_opened_file(p, fopen(target.c_str(), "w")));
   EXPECT_EQ(0, properties_safe_save_to_internal_file(p, target.c_str(), 0));
   EXPECT_EQ(0, properties_save_to_internal_file_using_tmp(p, "relative.properties", 0));
   EXPECT_EQ("a = 1\nb = 2\n", test::read_file("relative.properties"));
@@ -320,20 +319,17 @@ TEST_F(PropertiesFiles, ToolGetsSetsDeletesDumpsAndDiffs) {
   EXPECT_EQ("Saving " + f + ": no changes found.\n", out);
   EXPECT_EQ(0, test::run_tool("props del " + f + " a", &out));
   EXPECT_EQ("b = two  words\nc = \" x y\"\n", test::read_file(f));
-  EXPECT_EQ(1, test::run_tool("props del " + f + " a"));
   EXPECT_EQ(0, test::run_tool("props dump " + f, &out));
   EXPECT_EQ(f + ":\nb = two  words\nc = \" x y\"\n", out);
 
   test::write_file(g, "c = \" x y\"\nb = 2\n");
   EXPECT_EQ(1, test::run_tool("props diff " + f + " " + g, &out));
   EXPECT_EQ("old: b = two  words\nnew: b = 2\n", out);
-  EXPECT_EQ(0, test::run_tool("props diff " + f + " " + f));
 
   EXPECT_EQ(1, test::run_tool("props set " + file("new") + " k v", &out, true));
   EXPECT_EQ("vonautil props: cannot read '" + file("new") + "': No such file or directory\n", out);
   EXPECT_EQ(0, test::run_tool("props set --create " + file("new") + " k v"));
   EXPECT_EQ("k = v\n", test::read_file(file("new")));
-  EXPECT_EQ(1, test::run_tool("props dump " + sandbox.root()));
   for (const char* bad : {"props", "props get", "props frob x", "props set x '#k' v", "props set x ' k' v",
                           "props set x k", "props diff x"}) {
     EXPECT_EQ(2, test::run_tool(bad)) << bad;
