@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -52,29 +51,15 @@ TEST(Parsers, ReturnTheDefaultForAnythingNotWhollyANumber) {
   EXPECT_EQ(16711680, str_parse_color_rgb("FF0000", 7));
   for (const char* bad : {"#FF0000", "ff00", "FF00000", "FF00G0"}) EXPECT_EQ(7, str_parse_color_rgb(bad, 7)) << bad;
 
-  HeapText padded(std::string(29, ' ') + "12x");  // the "x" is the 32nd character
-  EXPECT_EQ(12, str_seg_parse_int(str_to_seg(padded.p), 3));
-  EXPECT_EQ(12, str_seg_parse_int(str_seg{"123", 2}, 3));
-  EXPECT_EQ(3, str_seg_parse_int(str_seg{"123", -1}, 3));
-}
-
-TEST(Parsers, DoublesMatchStrtodWithTheWholeTextConsumed) {
   EXPECT_EQ(0.5, str_parse_double(" 0.5", 9));
   EXPECT_EQ(16, str_parse_double("0x10", 9));
   for (const char* bad : {"", "1.5 ", "1e", ".", "00x1", "1,5"}) EXPECT_EQ(9, str_parse_double(bad, 9)) << bad;
   EXPECT_TRUE(std::signbit(str_parse_double("-0", 9)));
 
-  // Random texts in the shapes of setting values, bit for bit against strtod.
-  std::mt19937 random(12345);
-  const char* pieces[] = {"0", "1", "9", "5", ".", "e", "-", "+", "e-", "00", "123456789", "x", " "};
-  for (int i = 0; i < 200000; ++i) {
-    std::string text;
-    for (int n = random() % 8; n >= 0; --n) text += pieces[random() % (sizeof pieces / sizeof *pieces)];
-    char* end;
-    double expected = strtod(text.c_str(), &end), got = str_parse_double(text.c_str(), -7.5);
-    if (*end || text.empty()) expected = -7.5;
-    ASSERT_EQ(0, memcmp(&expected, &got, sizeof got)) << '"' << text << '"';
-  }
+  HeapText padded(std::string(29, ' ') + "12x");  // the "x" is the 32nd character
+  EXPECT_EQ(12, str_seg_parse_int(str_to_seg(padded.p), 3));
+  EXPECT_EQ(12, str_seg_parse_int(str_seg{"123", 2}, 3));
+  EXPECT_EQ(3, str_seg_parse_int(str_seg{"123", -1}, 3));
 }
 
 TEST(Segments, TrimSearchAndClassifyWithoutTouchingTheText) {
@@ -129,11 +114,6 @@ TEST(NaturalOrder, NumbersByValueWithTheSkipAfterEqualNumbers) {
   EXPECT_EQ(0, nat("a10", "a010"));
   EXPECT_LT(nat("a10", "a10x"), 0);
   EXPECT_GT(nat("a10x", "a10"), 0);
-
-  const char* names[] = {"track10.mp3", "track2.mp3", "Track3.mp3", "track1.mp3", "10", "9", "track"};
-  qsort(names, 7, sizeof *names, str_nat_cmp);
-  EXPECT_EQ((std::vector<std::string>{"9", "10", "Track3.mp3", "track", "track1.mp3", "track2.mp3", "track10.mp3"}),
-            std::vector<std::string>(names, names + 7));
 
   EXPECT_LT(alnum_cmp("File2", "file10"), 0);
   EXPECT_EQ(0, alnum_cmp("abc", "ABC"));

@@ -12,22 +12,17 @@
 
 namespace {
 
-// Length of the line prefix "[PID] [tTHREAD] [YYYY-MM-DD hh:mm:ss.uuuuuu] " at `p`, or 0.
-size_t prefix_length(const char* p) {
-  unsigned long pid, thread;
-  int year, month, day, hour, minute, second, microseconds, n = 0;
-  int fields = sscanf(p, "[%lu] [t%lu] [%d-%d-%d %d:%d:%d.%d]%n", &pid, &thread, &year, &month, &day, &hour,
-                      &minute, &second, &microseconds, &n);
-  return fields == 9 && p[n] == ' ' ? n + 1 : 0;
-}
-
-// The messages of log text, without their line prefixes.
+// The messages of log text, without the line prefixes "[PID] [tTHREAD] [YYYY-MM-DD hh:mm:ss.uuuuuu] ".
 std::string messages(const std::string& text) {
   std::string result;
   for (size_t i = 0; i < text.size();) {
-    size_t prefix = text[i] == '[' ? prefix_length(text.c_str() + i) : 0;
-    if (prefix) i += prefix;
-    else result += text[i++];
+    unsigned long id;
+    int n = 0;
+    const char* p = text.c_str() + i;
+    if (*p == '[' && sscanf(p, "[%lu] [t%lu] [%*d-%*d-%*d %*d:%*d:%*d.%*d]%n", &id, &id, &n) == 2 && n && p[n] == ' ')
+      i += n + 1;
+    else
+      result += text[i++];
   }
   return result;
 }
@@ -37,18 +32,15 @@ bool stamped_at(const std::string& text, size_t pos, const char* format, time_t 
   for (time_t t = before; t <= after; t++) {
     struct tm utc;
     char stamp[64];
-    size_t length = strftime(stamp, sizeof stamp, format, gmtime_r(&t, &utc));
-    if (text.compare(pos, length, stamp) == 0) return true;
+    if (text.compare(pos, strftime(stamp, sizeof stamp, format, gmtime_r(&t, &utc)), stamp) == 0) return true;
   }
   return false;
 }
 
-// Runs `body` with standard error sent to `file`, then puts standard output and standard
-// error back (expectations are checked after that, so that failures never land in a log file);
-// returns the messages that reached `file`.
+// Runs `body` with standard error sent to `file`, then puts standard output and standard error
+// back (so that expectations never land in a log file); returns the messages that reached `file`.
 std::string with_stderr_in(const std::string& file, const std::function<void()>& body) {
-  int out = dup(1), err = dup(2);
-  int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  int out = dup(1), err = dup(2), fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
   dup2(fd, 2);
   close(fd);
   body();
@@ -69,6 +61,10 @@ int log_through_vprint(const char* format, ...) {
   va_end(args);
   return length;
 }
+
+int locks, unlocks, depth, deepest;
+void lock() { locks++, deepest = std::max(deepest, ++depth); }
+void unlock() { unlocks++, depth--; }
 
 }  // namespace
 
@@ -94,102 +90,74 @@ TEST(Log, LinesCarryPidThreadUtcTimeAndTheWholeMessage) {
 
   // No length limit on standard error; the result is the message's own length.
   std::string long_text(5000, 'x');
+  char first[] = "a", second[] = "b c";
+  char* argv[] = {first, second};
   testing::internal::CaptureStderr();
   EXPECT_EQ(5000, log_through_vprint("%s", long_text.c_str()));
   log_debug("never %s", "shown");
   errno = ENOENT;
   log_perror("x");
-  char first[] = "a", second[] = "b c";
-  char* argv[] = {first, second};
   log_print_args(2, argv);
   EXPECT_EQ(long_text + "\nx: No such file or directory\n\nargv[0] = 'a'\nargv[1] = 'b c'\n",
             messages(testing::internal::GetCapturedStderr()));
-}
-
-TEST(Log, LockCallbacksBracketEveryPublicCallOnce) {
-  static int locks, unlocks, depth, deepest;
-  auto reset = [] { locks = unlocks = depth = deepest = 0; };
-  auto lock = [] {
-    locks++;
-    deepest = std::max(deepest, ++depth);
-  };
-  auto unlock = [] {
-    unlocks++;
-    depth--;
-  };
-  test::Sandbox sandbox;
-  setenv("LOG_DIR", sandbox.root().c_str(), 1);
-  setenv("LOG_MAX_FILE_SIZE", "1", 1);  // every rotation check rotates
-  char arg[] = "a";
-  char* argv[] = {arg};
-  std::string err = sandbox.root() + "/err.txt";
-  std::vector<std::pair<const char*, std::function<void()>>> calls = {
-      {"log_print", [] { log_print("x"); }},
-      {"log_vprint", [] { log_through_vprint("x"); }},
-      {"log_print_tight", [] { log_print_tight("x"); }},
-      {"log_perror", [] { log_perror("x"); }},
-      {"log_print_args", [&] { log_print_args(1, argv); }},
-      {"log_redirect_to_file", [] { log_redirect_to_file("a.log", 0); }},
-      {"log_rotate_if_needed", [] { log_rotate_if_needed(); }},
-      {"log_redirect_to_syslog", [] { log_redirect_to_syslog("vonautil-test"); }},
-      {"log_redirect_stderr_to_file", [&] { log_redirect_stderr_to_file(err.c_str(), 1); }},
-  };
-  std::vector<std::string> results;
-  with_stderr_in(err, [&] {
-    log_set_lock_functions(lock, unlock);
-    for (auto& call : calls) {
-      reset();
-      call.second();
-      results.push_back(std::string(call.first) + " " + std::to_string(locks) + std::to_string(unlocks) +
-                        std::to_string(deepest));
-    }
-    reset();
-    log_debug("x");
-    log_set_lock_functions(lock, nullptr);
-    log_print("x");
-    log_set_lock_functions(nullptr, unlock);
-    log_print("x");
-    log_set_lock_functions(nullptr, nullptr);
-  });
-  unsetenv("LOG_DIR");
-  unsetenv("LOG_MAX_FILE_SIZE");
-  for (size_t i = 0; i < calls.size(); i++) EXPECT_EQ(std::string(calls[i].first) + " 111", results[i]);
-  EXPECT_EQ(1, locks);
-  EXPECT_EQ(1, unlocks);
-  EXPECT_TRUE(exists(sandbox.root() + "/a.log.old"));  // the rotation did run under the lock
-}
-
-TEST(Log, SyslogTakesTheLinesUntilTheNextFileRedirection) {
-  test::Sandbox sandbox;
-  std::string err = sandbox.root() + "/err.txt";
-  EXPECT_EQ("to the file\n", with_stderr_in(err, [&] {
-              log_redirect_to_syslog("vonautil-test");
-              log_print("to syslog");
-              log_print_tight("to syslog");
-              log_redirect_stderr_to_file(err.c_str(), 1);
-              log_print("to the file");
-            }));
 }
 
 class LogFile : public test::SandboxTest {
  protected:
   void SetUp() override {
     dir = sandbox.root() + "/log";
-    test::make_dirs(dir);
     path = dir + "/app.log";
+    test::make_dirs(dir);
     setenv("LOG_DIR", dir.c_str(), 1);
-    unsetenv("LOG_MAX_FILE_SIZE");
   }
   void TearDown() override {
     unsetenv("LOG_DIR");
     unsetenv("LOG_MAX_FILE_SIZE");
   }
-  std::string redirected(const std::function<void()>& body) {
-    return with_stderr_in(sandbox.root() + "/before", body);
-  }
+  // What reached standard error before the redirection.
+  std::string redirected(const std::function<void()>& body) { return with_stderr_in(dir + ".err", body); }
+  std::string logged(const std::string& suffix = "") { return messages(test::read_file(path + suffix)); }
   std::string dir, path;
   const std::string kStarted = "***** log_redirect_to_file() succeeded *****\n\n\n\n";
 };
+
+// Each public call takes the lock once (never nested, even around rotation); syslog takes the
+// lines until a file redirection ends it.
+TEST_F(LogFile, LockBracketsEveryPublicCallOnceAndSyslogTakesLinesUntilAFileRedirection) {
+  setenv("LOG_MAX_FILE_SIZE", "1", 1);  // every rotation check rotates
+  char arg[] = "a";
+  char* argv[] = {arg};
+  std::vector<int> seen;  // locks, unlocks and the deepest nesting of each call, as digits
+  std::vector<std::function<void()>> calls = {
+      [] { log_redirect_to_syslog("vonautil-test"); },
+      [] { log_print("x"); },
+      [] { log_through_vprint("x"); },
+      [] { log_print_tight("x"); },
+      [] { log_perror("x"); },
+      [&] { log_print_args(1, argv); },
+      [] { log_redirect_to_file("app.log", 0); },
+      [] { log_rotate_if_needed(); },
+      [&] { log_redirect_stderr_to_file((dir + ".err").c_str(), 1); },
+  };
+  EXPECT_EQ("y\nz\n", redirected([&] {
+              log_set_lock_functions(lock, unlock);
+              for (auto& call : calls) {
+                locks = unlocks = depth = deepest = 0;
+                call();
+                seen.push_back(locks * 100 + unlocks * 10 + deepest);
+              }
+              locks = unlocks = 0;
+              log_debug("x");
+              log_set_lock_functions(lock, nullptr);
+              log_print("y");
+              log_set_lock_functions(nullptr, unlock);
+              log_print("z");
+              log_set_lock_functions(nullptr, nullptr);
+            }));
+  EXPECT_EQ(std::vector<int>(calls.size(), 111), seen);  // in the order of `calls`
+  EXPECT_EQ(11, locks * 10 + unlocks);
+  EXPECT_TRUE(exists(path + ".old"));  // the rotation did run under the lock
+}
 
 TEST_F(LogFile, RedirectionSendsBothStreamsToTheFileWithoutShortening) {
   test::write_file(path, std::string(2000, '#'));
@@ -203,9 +171,8 @@ TEST_F(LogFile, RedirectionSendsBothStreamsToTheFileWithoutShortening) {
   });
   EXPECT_EQ("Starting logging to '" + path + "' (file max size = 102400)\n", before);
   // The second redirection announces itself at the first one's offset and appends at the end.
-  std::string head = kStarted + "from stdout\nfrom the log\n" + before;
-  std::string tail = "#" + kStarted + "appended\n";
-  std::string text = messages(test::read_file(path));
+  std::string head = kStarted + "from stdout\nfrom the log\n" + before, tail = "#" + kStarted + "appended\n";
+  std::string text = logged();
   EXPECT_EQ(head, text.substr(0, head.size()));
   EXPECT_EQ(tail, text.substr(text.size() - tail.size()));
 
@@ -223,29 +190,28 @@ TEST_F(LogFile, RotatesOnlyPastTheMaximumSize) {
   bool rotated_at_limit = true;
   redirected([&] {
     log_redirect_to_file("app.log", 0);
-    std::string pad(1000 - lseek(1, 0, SEEK_CUR), '.');
-    fputs(pad.c_str(), stdout);
+    printf("%s", std::string(1000 - lseek(1, 0, SEEK_CUR), '.').c_str());
     fflush(stdout);
     at_limit = lseek(1, 0, SEEK_CUR);
     log_rotate_if_needed();
     rotated_at_limit = exists(path + ".old");
-    fputs("+", stdout);
+    printf("+");
     fflush(stdout);
     log_rotate_if_needed();
     log_print("after");
   });
   EXPECT_EQ(1000, at_limit);
   EXPECT_FALSE(rotated_at_limit);
-  std::string old_text = messages(test::read_file(path + ".old"));
+  std::string old_text = logged(".old");
   EXPECT_EQ(".+Rotated '" + path + "' to '" + path + ".old'\nStarting logging to '" + path + "'\n",
             old_text.substr(old_text.find(".+")));
-  EXPECT_EQ(kStarted + "after\n", messages(test::read_file(path)));
+  EXPECT_EQ(kStarted + "after\n", logged());
 
   // A file already too big is rotated by the redirection itself, replacing the old generation.
   test::write_file(path, std::string(1001, '#'));
   redirected([] { log_redirect_to_file("app.log", 1); });
-  EXPECT_EQ(0u, test::read_file(path + ".old").find(std::string(1001, '#')));
-  EXPECT_EQ(kStarted, messages(test::read_file(path)));
+  EXPECT_EQ(0u, logged(".old").find(std::string(1001, '#')));
+  EXPECT_EQ(kStarted, logged());
 
   for (const char* off : {"0", "none"}) {
     setenv("LOG_MAX_FILE_SIZE", off, 1);
@@ -255,11 +221,12 @@ TEST_F(LogFile, RotatesOnlyPastTheMaximumSize) {
       log_rotate_if_needed();
     });
     EXPECT_FALSE(exists(path + ".old")) << off;
-    EXPECT_NE(std::string::npos, before.find("(file max size = " + std::to_string(atoi(off)) + ")")) << off;
+    EXPECT_NE(std::string::npos, before.find("(file max size = 0)")) << off;
   }
 }
 
-TEST_F(LogFile, FailedRenameOverwritesTheLogFromItsStart) {
+TEST_F(LogFile, FailuresKeepLoggingSomewhere) {
+  // A rename that fails leaves the log overwritten from its start.
   setenv("LOG_MAX_FILE_SIZE", "150", 1);
   test::make_dirs(path + ".old/busy");  // a non-empty directory cannot be replaced by a file
   redirected([] {
@@ -267,22 +234,18 @@ TEST_F(LogFile, FailedRenameOverwritesTheLogFromItsStart) {
     log_print("%s", std::string(200, '-').c_str());
     log_rotate_if_needed();
   });
-  std::string text = messages(test::read_file(path));
-  std::string tail = "rename: Is a directory\n\nFailed to rename '" + path + "' to '" + path +
-                     ".old'; truncating the log file\nStarting logging to '" + path + "'\n";
+  std::string text = logged(), tail = "rename: Is a directory\n\nFailed to rename '" + path + "' to '" + path +
+                                      ".old'; truncating the log file\nStarting logging to '" + path + "'\n";
   EXPECT_EQ(0u, text.find(kStarted)) << text;
   EXPECT_EQ(tail, text.substr(text.size() - std::min(text.size(), tail.size())));
-}
 
-TEST_F(LogFile, UnopenableFileFallsBackToDevNull) {
+  // A file that cannot be opened: the log goes to /dev/null.
   setenv("LOG_DIR", (dir + "/missing").c_str(), 1);
-  std::string before = redirected([] {
-    log_redirect_to_file("app.log", 1);
-    printf("lost\n");
-    log_print("lost");
-  });
+  unsetenv("LOG_MAX_FILE_SIZE");
   EXPECT_EQ("Starting logging to '" + dir + "/missing/app.log' (file max size = 102400)\n"
-            "open: No such file or directory\n\n"
-            "Failed to open log file; logging to /dev/null\n",
-            before);
+            "open: No such file or directory\n\nFailed to open log file; logging to /dev/null\n",
+            redirected([] {
+              log_redirect_to_file("app.log", 1);
+              log_print("lost");
+            }));
 }

