@@ -1,0 +1,384 @@
+#include "player/src/util/mt/advanced_file_utils.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "player/src/util/mt/common.h"
+#include "player/src/util/mt/file_utils.hpp"
+#include "player/src/util/mt/log.h"
+#include "player/src/util/mt/string_builder.h"
+
+using vona::ExternalPath;
+
+// ---- The walk ----------------------------------------------------------------------------------
+
+namespace {
+
+// A visitor cancelled during an error visit; the outermost call reports it as a failure (1).
+constexpr int kCanceledOnError = -99;
+
+struct Walk {
+  string_builder* path;  // the current path is the top item
+  FS_path_visitor visit;
+  void* context;
+};
+
+int visit_or_cancel(const Walk& walk, const struct stat* status) {
+  const char* path = string_builder_top(walk.path);
+  if (walk.visit(path, status, walk.context) != FS_VISIT_CANCEL) return 0;
+  log_print("[fs_iter] visit(%s): canceled", path);
+  return -1;
+}
+
+// An error visit: null status.
+int visit_error(const Walk& walk, int* result) {
+  const char* path = string_builder_top(walk.path);
+  *result = walk.visit(path, nullptr, walk.context);
+  if (*result != FS_VISIT_CANCEL) return 0;
+  log_print("[fs_iter] visit(%s): canceled on error", path);
+  return kCanceledOnError;
+}
+
+// One step on the top path of the walk: 0 all went well, 1 something failed, -1 cancelled,
+// kCanceledOnError cancelled during an error visit.
+int walk_step(const Walk& walk, unsigned int flags) {
+  const unsigned int child_flags = (flags & ~FS_ITER_FOLLOW_LINKS) | ((flags & FS_ITER_FOLLOW_LINKS_BELOW) ? 1u : 0u);
+  const bool pre_order = flags & FS_ITER_PRE_ORDER;
+  const bool continue_on_error = flags & FS_ITER_CONTINUE_ON_ERROR;
+  const bool visit_errors = flags & FS_ITER_VISIT_ERRORS;
+
+  struct stat status;
+  const bool follow = flags & FS_ITER_FOLLOW_LINKS;
+  const char* path = string_builder_top(walk.path);
+  if ((follow ? FS_stat(path, &status) : FS_lstat(path, &status)) != 0) {
+    log_print("[fs_iter] %s(%s): %s", follow ? "stat" : "lstat", path, strerror(errno));
+    if (!visit_errors) return 0;
+    int result;
+    if (visit_error(walk, &result) != 0) return kCanceledOnError;
+    return result == FS_VISIT_ERROR ? 1 : 0;
+  }
+
+  const bool is_dir = S_ISDIR(status.st_mode);
+  if (pre_order) {
+    int result = walk.visit(path, &status, walk.context);
+    if (result == FS_VISIT_CANCEL) return -1;
+    if (result == FS_VISIT_SKIP_CHILDREN || !is_dir) return 0;
+  } else if (!is_dir) {
+    return visit_or_cancel(walk, &status);
+  }
+
+  bool failed = false;
+  if (string_array* names = FS_scandir(path)) {
+    for (int i = 0; i < names->size; ++i) {
+      string_builder_push_rel(walk.path, names->items[i], walk.path->num_items);
+      int result = walk_step(walk, child_flags);
+      string_builder_pop(walk.path);
+      if (result == -1 || result == kCanceledOnError) {
+        string_array_free(names);
+        return result;
+      }
+      if (result == 1) {
+        failed = true;
+        if (!continue_on_error) break;
+      }
+    }
+    string_array_free(names);
+  } else {
+    log_print("[fs_iter] scandir(%s): %s", path, strerror(errno));
+    if (!visit_errors) {
+      failed = true;
+    } else {
+      int result;
+      if (visit_error(walk, &result) != 0) {
+        if (pre_order) return kCanceledOnError;
+        return visit_or_cancel(walk, &status) == 0 ? kCanceledOnError : -1;
+      }
+      if (result == FS_VISIT_ERROR) {
+        failed = true;
+      } else {
+        return pre_order ? 0 : visit_or_cancel(walk, &status);
+      }
+    }
+  }
+
+  if (failed && !continue_on_error) return 1;
+  if (!pre_order && visit_or_cancel(walk, &status) != 0) return -1;
+  return failed ? 1 : 0;
+}
+
+}  // namespace
+
+int FS_iterate_recursively(const char* path, unsigned int flags, FS_path_visitor path_visitor, void* context) {
+  MY_ASSERT(path_visitor);
+  Walk walk = {string_builder_create(), path_visitor, context};
+  string_builder_push_abs(walk.path, path);
+  int result = walk_step(walk, flags);
+  string_builder_free(walk.path);
+  return result == kCanceledOnError ? 1 : result;
+}
+
+// ---- Removal -----------------------------------------------------------------------------------
+
+namespace {
+
+int remove_entry(const char* path, const struct stat* status, void*) {
+  int result = S_ISDIR(status->st_mode) ? FS_rmdir(path) : FS_unlink(path);
+  return result == 0 ? FS_VISIT_CONTINUE : FS_VISIT_CANCEL;
+}
+
+}  // namespace
+
+int FS_remove_recursively_if_exists(const char* path) {
+  struct stat status;
+  if (FS_lstat(path, &status) != 0 && errno == ENOENT) return 0;
+  return FS_iterate_recursively(path, 0, remove_entry, nullptr) == 0 ? 0 : -1;
+}
+
+// ---- Copying files -----------------------------------------------------------------------------
+
+namespace {
+
+constexpr size_t kCopyBufferSize = 128 * 1024;
+
+// Closes the destination stream, logging a failure; fclose's result.
+int close_destination(FILE* out, const char* destination, int* error_out) {
+  int result = fclose(out);
+  if (result != 0) {
+    if (*error_out == 0) *error_out = errno;
+    log_print("[fs_copy] fclose_write(%s): %s", destination, strerror(errno));
+  }
+  return result;
+}
+
+// Copies the bytes of `in` to `out`; false after logging a failure (errno in *error_out).
+bool copy_stream(FILE* in, FILE* out, const char* source, const char* destination, char* buffer, int* error_out) {
+  for (;;) {
+    size_t count = fread(buffer, 1, kCopyBufferSize, in);
+    if (count < kCopyBufferSize && ferror(in)) {
+      *error_out = errno;
+      log_print("[fs_copy] read(%s) failed: %s", source, strerror(errno));
+      return false;
+    }
+    if (count == 0) return true;
+    for (size_t done = 0; done < count;) {
+      errno = 0;
+      size_t written = fwrite(buffer + done, 1, count - done, out);
+      done += written;
+      if (done < count && (ferror(out) || written == 0)) {
+        if (errno == 0) errno = EIO;
+        *error_out = errno;
+        log_print("[fs_copy] write(%s) failed: %s", destination, strerror(errno));
+        return false;
+      }
+    }
+    if (count < kCopyBufferSize && feof(in)) return true;  // saves a read that can only give 0
+  }
+}
+
+// The source opened for reading (as fopen mode "r" does), except that opening a FIFO that has
+// no writer does not wait for one: the copy of such an entry is then empty, not a hang.
+FILE* open_source(const char* source) {
+  int fd = open(ExternalPath(source).c_str(), O_RDONLY | O_NONBLOCK);
+  if (fd < 0) return nullptr;
+  int flags = fcntl(fd, F_GETFL);
+  FILE* in = flags != -1 && fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != -1 ? fdopen(fd, "r") : nullptr;
+  if (in == nullptr) {
+    int saved = errno;
+    close(fd);
+    errno = saved;
+  }
+  return in;
+}
+
+}  // namespace
+
+int FS_copy_file_ext(const char* source, const char* destination, int* error_out) {
+  *error_out = 0;
+  FILE* in = open_source(source);
+  if (in == nullptr) {
+    *error_out = errno;
+    log_print("[fs_copy] fopen_read(%s): %s", source, strerror(errno));
+    return -1;
+  }
+  FILE* out = FS_fopen(destination, "w");
+  if (out == nullptr) {
+    *error_out = errno;
+    log_print("[fs_copy] fopen_write(%s): %s", destination, strerror(errno));
+    fclose(in);
+    return -1;
+  }
+  char* buffer = (char*)malloc(kCopyBufferSize);
+  MY_ASSERT(buffer);
+  bool copied = copy_stream(in, out, source, destination, buffer, error_out);
+  free(buffer);
+  fclose(in);
+  int closed = close_destination(out, destination, error_out);
+  if (!copied) return -1;
+  return closed;
+}
+
+int FS_copy_file(const char* source, const char* destination) {
+  int error;
+  return FS_copy_file_ext(source, destination, &error);
+}
+
+// ---- Copying trees -----------------------------------------------------------------------------
+
+namespace {
+
+constexpr int kCopyPathSize = 4096;
+
+struct CopyContext {
+  int source_length;       // the source root, without trailing slashes
+  int destination_length;  // the destination root in `destination`
+  char destination[kCopyPathSize];
+};
+
+// Appends the expansion of one printf conversion `spec` (from "%" to the conversion character)
+// for a zero or empty argument; returns the bytes that snprintf would have written.
+int expand_conversion(char* out, size_t room, const char* spec, size_t spec_length) {
+  char format[64];
+  size_t n = 0;
+  char conversion = spec[spec_length - 1];
+  // Keep the flags, width and precision ('*' reads as 0); length modifiers are dropped, as the
+  // argument is always of the conversion's plain type.
+  for (size_t i = 0; i + 1 < spec_length && n + 2 < sizeof format; ++i) {
+    if (!strchr("hlLqjzZt*", spec[i])) format[n++] = spec[i];
+  }
+  switch (conversion) {
+    case 'd': case 'i': case 'o': case 'u': case 'x': case 'X':
+      format[n++] = conversion;
+      format[n] = '\0';
+      return snprintf(out, room, format, 0);
+    case 'e': case 'E': case 'f': case 'F': case 'g': case 'G': case 'a': case 'A':
+      format[n++] = conversion;
+      format[n] = '\0';
+      return snprintf(out, room, format, 0.0);
+    case 'c': case 's':
+      format[n++] = 's';
+      format[n] = '\0';
+      return snprintf(out, room, format, "");
+    case 'p':
+      format[n++] = 'p';
+      format[n] = '\0';
+      return snprintf(out, room, format, nullptr);
+    case '%':
+      return snprintf(out, room, "%%");
+    case 'n': case 'm':
+      if (room > 0) *out = '\0';
+      return 0;
+    default:  // not a conversion: the text stays as it is
+      return snprintf(out, room, "%.*s", (int)spec_length, spec);
+  }
+}
+
+// snprintf(out, size, format) with no arguments, made safe: a conversion in `format` expands
+// as for a zero or empty argument instead of reading one that is not there.
+void format_without_arguments(char* out, size_t size, const char* format) {
+  size_t length = 0;
+  for (const char* p = format; *p != '\0' && length + 1 < size;) {
+    if (*p != '%') {
+      out[length++] = *p++;
+      continue;
+    }
+    size_t spec_length = 1 + strspn(p + 1, "-+ #0'I");
+    spec_length += strspn(p + spec_length, "0123456789*");
+    if (p[spec_length] == '.') spec_length += 1 + strspn(p + spec_length + 1, "0123456789*");
+    spec_length += strspn(p + spec_length, "hlLqjzZt");
+    if (p[spec_length] == '\0') {  // a cut-off conversion at the end stays as it is
+      spec_length = strlen(p);
+    } else {
+      ++spec_length;
+    }
+    int n = expand_conversion(out + length, size - length, p, spec_length);
+    if (n > 0) length += (size_t)n < size - length ? (size_t)n : size - length - 1;
+    p += spec_length;
+  }
+  out[length] = '\0';
+}
+
+// Applies the source's permission bits to a new destination; a failure is logged only.
+void apply_mode(const char* destination, const struct stat* status) {
+  mode_t mode = status->st_mode & 0xfff;
+  if (chmod(destination, mode) != 0) log_print("[cp_r] chmod(%s, %o) failed", destination, (unsigned)mode);
+}
+
+int copy_entry(const char* path, const struct stat* status, void* context) {
+  CopyContext* copy = (CopyContext*)context;
+  char* destination = copy->destination;
+  format_without_arguments(destination + copy->destination_length, kCopyPathSize - copy->destination_length,
+                           path + copy->source_length);
+  ExternalPath external(destination);
+  if (S_ISLNK(status->st_mode)) {
+    char target[kCopyPathSize];
+    ssize_t length = readlink(ExternalPath(path).c_str(), target, sizeof target);
+    if (length >= (ssize_t)sizeof target) errno = ENAMETOOLONG;
+    if (length < 1 || length >= (ssize_t)sizeof target) {
+      log_print("[cp_r] readlink(%s) failed: %s", path, strerror(errno));
+      return FS_VISIT_CANCEL;
+    }
+    target[length] = '\0';
+    log_print("[cp_r] symlink '%s' -> '%s'", external.c_str(), target);
+    return symlink(target, external.c_str()) == 0 ? FS_VISIT_CONTINUE : FS_VISIT_CANCEL;
+  }
+  if (S_ISDIR(status->st_mode)) {
+    if (FS_is_dir(destination)) return FS_VISIT_CONTINUE;
+    log_print("[cp_r] mkdir '%s'", destination);
+    if (FS_ensure_dir(destination, 0777) != 0) return FS_VISIT_CANCEL;
+    apply_mode(external.c_str(), status);
+    return FS_VISIT_CONTINUE;
+  }
+  log_print("[cp_r] copy '%s' -> '%s'", path, destination);
+  if (FS_copy_file(path, destination) != 0) return FS_VISIT_CANCEL;
+  apply_mode(external.c_str(), status);
+  return FS_VISIT_CONTINUE;
+}
+
+}  // namespace
+
+int FS_copy_recursively(const char* source, const char* destination, int follow_links, int follow_links_below) {
+  CopyContext copy;
+  copy.source_length = (int)strlen(source);
+  while (copy.source_length > 0 && source[copy.source_length - 1] == '/') --copy.source_length;
+  snprintf(copy.destination, kCopyPathSize, "%s", destination);
+  copy.destination_length = (int)strlen(copy.destination);
+  unsigned int flags = FS_ITER_PRE_ORDER;
+  if (follow_links) flags |= FS_ITER_FOLLOW_LINKS;
+  if (follow_links_below) flags |= FS_ITER_FOLLOW_LINKS_BELOW;
+  return FS_iterate_recursively(source, flags, copy_entry, &copy) == 0 ? 1 : 0;
+}
+
+// ---- Permissions -------------------------------------------------------------------------------
+
+namespace {
+
+struct ChmodRequest {
+  int operation;
+  mode_t mode;
+};
+
+int chmod_entry(const char* path, const struct stat* status, void* context) {
+  if (S_ISLNK(status->st_mode)) return FS_VISIT_CONTINUE;
+  const ChmodRequest* request = (const ChmodRequest*)context;
+  mode_t mode = status->st_mode;
+  switch (request->operation) {
+    case FS_CHMOD_ADD: mode |= request->mode; break;
+    case FS_CHMOD_REMOVE: mode &= ~request->mode; break;
+    case FS_CHMOD_SET: mode = request->mode; break;
+    default: break;
+  }
+  FS_chmod(path, mode & 0xfff);
+  return FS_VISIT_CONTINUE;
+}
+
+}  // namespace
+
+void FS_chmod_recursively(const char* path, int operation, mode_t mode) {
+  ChmodRequest request = {operation, mode};
+  FS_iterate_recursively(path, 0, chmod_entry, &request);
+}
