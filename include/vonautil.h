@@ -46,6 +46,8 @@
 /* Files, paths and URLs */
 #include "player/src/util/mt/path_utils.h"
 #include "player/src/util/mt/fs_path.h"
+#include "player/src/util/mt/file_utils.h"
+#include "player/src/util/mt/advanced_file_utils.h"
 
 /* Firmware files and MPEG sections */
 #include "player/src/util/mpeg_utils.h"

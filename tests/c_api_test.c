@@ -288,6 +288,38 @@ static void check_paths(void) {
   CHECK(strcmp(path_utils_get_ext("dir.d/movie.MKV"), "MKV") == 0 && path_utils_is_prefix("/a", "/a/b"));
 }
 
+static int count_visit(const char* path, const struct stat* status, void* context) {
+  (void)path;
+  (void)status;
+  ++*(int*)context;
+  return FS_VISIT_CONTINUE;
+}
+
+static void check_files(void) {
+  char dir[] = "/tmp/vonautil-c-api-XXXXXX";
+  char path[64], copy[64];
+  char* text;
+  string_array* lines;
+  int visits = 0;
+  CHECK(mkdtemp(dir) != NULL);
+  snprintf(path, sizeof path, "%s/a/b", dir);
+  CHECK(FS_ensure_dirs(path, 0755) == 0 && FS_is_dir(path));
+  snprintf(path, sizeof path, "%s/a/b/lines.txt", dir);
+  CHECK(FS_writestring(path, "one\r\ntwo") == 1 && FS_writestring(path, "") == 0);
+  CHECK(FS_writedata(path, "one\r\ntwo", 8) == 1);
+  lines = FS_readlines(path, 80, 0);
+  CHECK(lines && lines->size == 2 && strcmp(lines->items[1], "two") == 0);
+  string_array_free(lines);
+  text = FS_read_string_unlimited(path);
+  CHECK(text && strlen(text) == 8);
+  free(text);
+  snprintf(path, sizeof path, "%s/a", dir);
+  snprintf(copy, sizeof copy, "%s/copy", dir);
+  CHECK(FS_copy_recursively(path, copy, 0, 0) == 1);
+  CHECK(FS_iterate_recursively(copy, FS_ITER_PRE_ORDER, count_visit, &visits) == 0 && visits == 3);
+  CHECK(FS_remove_recursively_if_exists(dir) == 0 && !FS_file_exists(dir));
+}
+
 /* Firmware and MPEG */
 
 static void check_mpeg(void) {
@@ -312,6 +344,7 @@ int main(void) {
   check_builders();
   check_text();
   check_paths();
+  check_files();
   check_mpeg();
   check_properties();
   check_container_utils();

@@ -539,6 +539,27 @@ TEST_F(AdvancedFileUtilsTest, ChmodRecursivelyChangesEveryEntryButLinks) {
   EXPECT_EQ(modes(), (std::vector<std::string>{"dir 1750", "file 1750", "file 1750", "1750", "0600"}));
 }
 
+TEST_F(AdvancedFileUtilsTest, ToolCopiesRemovesAndWalks) {
+  std::string source = make_walk_tree();
+  unlink((source + "/fifo").c_str());
+  std::string output;
+  EXPECT_EQ(test::run_tool("fs copy '" + source + "' '" + at("copy") + "'"), 0);
+  EXPECT_EQ(snapshot(at("copy")), snapshot(source));
+  EXPECT_EQ(test::run_tool("fs walk --pre-order '" + at("copy") + "'", &output), 0);
+  EXPECT_EQ(output.substr(0, output.find('\n')), "dir   " + at("copy"));
+  EXPECT_NE(output.find("\nlink  " + at("copy") + "/link_dir\n"), std::string::npos) << output;
+  EXPECT_NE(output.find("\nfile  " + at("copy") + "/a/x\n"), std::string::npos) << output;
+  EXPECT_EQ(test::run_tool("fs walk --follow-below --errors '" + at("copy") + "'", &output), 0);
+  EXPECT_NE(output.find("\nerror " + at("copy") + "/dangling\n"), std::string::npos) << output;
+  EXPECT_EQ(test::run_tool("fs rm '" + at("copy") + "'"), 0);
+  EXPECT_FALSE(FS_file_exists(at("copy").c_str()));
+
+  EXPECT_EQ(test::run_tool("fs copy '" + source + "' '" + at("missing/copy") + "'"), 1);
+  EXPECT_EQ(test::run_tool("fs copy '" + source + "'"), 2);
+  EXPECT_EQ(test::run_tool("fs walk --sideways '" + source + "'"), 2);
+  EXPECT_EQ(test::run_tool("fs mv a b"), 2);
+}
+
 TEST_F(AdvancedFileUtilsTest, NullVisitorIsAnAssertion) {
   EXPECT_DEATH(FS_iterate_recursively("/", 0, nullptr, nullptr),
                "player/src/util/mt/advanced_file_utils:[0-9]+: FS_iterate_recursively: Assertion `path_visitor' failed\\.");
