@@ -239,33 +239,30 @@ struct CopyContext {
   char destination[kCopyPathSize];
 };
 
-// Appends the expansion of one printf conversion `spec` (from "%" to the conversion character)
+// Appends the expansion of one printf conversion `sequence` (from "%" to the conversion character)
 // for a zero or empty argument; returns the bytes that snprintf would have written.
-int expand_conversion(char* out, size_t room, const char* spec, size_t spec_length) {
+int expand_conversion(char* out, size_t room, const char* sequence, size_t sequence_length) {
   char format[64];
   size_t n = 0;
-  char conversion = spec[spec_length - 1];
+  char conversion = sequence[sequence_length - 1];
   // Keep the flags, width and precision ('*' reads as 0); length modifiers are dropped, as the
   // argument is always of the conversion's plain type.
-  for (size_t i = 0; i + 1 < spec_length && n + 2 < sizeof format; ++i) {
-    if (!strchr("hlLqjzZt*", spec[i])) format[n++] = spec[i];
+  for (size_t i = 0; i + 1 < sequence_length && n + 2 < sizeof format; ++i) {
+    if (!strchr("hlLqjzZt*", sequence[i])) format[n++] = sequence[i];
   }
+  format[n + 1] = '\0';
   switch (conversion) {
     case 'd': case 'i': case 'o': case 'u': case 'x': case 'X':
-      format[n++] = conversion;
-      format[n] = '\0';
+      format[n] = conversion;
       return snprintf(out, room, format, 0);
     case 'e': case 'E': case 'f': case 'F': case 'g': case 'G': case 'a': case 'A':
-      format[n++] = conversion;
-      format[n] = '\0';
+      format[n] = conversion;
       return snprintf(out, room, format, 0.0);
     case 'c': case 's':
-      format[n++] = 's';
-      format[n] = '\0';
+      format[n] = 's';
       return snprintf(out, room, format, "");
     case 'p':
-      format[n++] = 'p';
-      format[n] = '\0';
+      format[n] = 'p';
       return snprintf(out, room, format, nullptr);
     case '%':
       return snprintf(out, room, "%%");
@@ -273,7 +270,7 @@ int expand_conversion(char* out, size_t room, const char* spec, size_t spec_leng
       if (room > 0) *out = '\0';
       return 0;
     default:  // not a conversion: the text stays as it is
-      return snprintf(out, room, "%.*s", (int)spec_length, spec);
+      return snprintf(out, room, "%.*s", (int)sequence_length, sequence);
   }
 }
 
@@ -286,18 +283,18 @@ void format_without_arguments(char* out, size_t size, const char* format) {
       out[length++] = *p++;
       continue;
     }
-    size_t spec_length = 1 + strspn(p + 1, "-+ #0'I");
-    spec_length += strspn(p + spec_length, "0123456789*");
-    if (p[spec_length] == '.') spec_length += 1 + strspn(p + spec_length + 1, "0123456789*");
-    spec_length += strspn(p + spec_length, "hlLqjzZt");
-    if (p[spec_length] == '\0') {  // a cut-off conversion at the end stays as it is
-      spec_length = strlen(p);
+    size_t sequence_length = 1 + strspn(p + 1, "-+ #0'I");
+    sequence_length += strspn(p + sequence_length, "0123456789*");
+    if (p[sequence_length] == '.') sequence_length += 1 + strspn(p + sequence_length + 1, "0123456789*");
+    sequence_length += strspn(p + sequence_length, "hlLqjzZt");
+    if (p[sequence_length] == '\0') {  // a cut-off conversion at the end stays as it is
+      sequence_length = strlen(p);
     } else {
-      ++spec_length;
+      ++sequence_length;
     }
-    int n = expand_conversion(out + length, size - length, p, spec_length);
+    int n = expand_conversion(out + length, size - length, p, sequence_length);
     if (n > 0) length += (size_t)n < size - length ? (size_t)n : size - length - 1;
-    p += spec_length;
+    p += sequence_length;
   }
   out[length] = '\0';
 }
