@@ -66,7 +66,6 @@ TEST_F(FileUtilsTest, ReadingWholeFilesAndParts) {
   };
   EXPECT_EQ(read(FS_read_string(at("text").c_str(), 4)), "0123");
   EXPECT_EQ(read(FS_read_string(at("text").c_str(), 0)), "");
-  EXPECT_EQ(read(FS_read_string(at("missing").c_str(), 10)), "(null)");
   EXPECT_EQ(read(FS_read_string(sandbox.root().c_str(), 10)), "(null)");  // a read error
   int size = -1;
   EXPECT_EQ(read(FS_read_string_unlimited_ext(at("text").c_str(), &size)), "0123456789");
@@ -80,7 +79,6 @@ TEST_F(FileUtilsTest, ReadingWholeFilesAndParts) {
   EXPECT_EQ(FS_read_to_buffer(at("text").c_str(), 8, buffer, sizeof buffer), 2);
   EXPECT_STREQ(buffer, "89");
   EXPECT_EQ(FS_read_to_buffer(at("text").c_str(), -1, buffer, sizeof buffer), -1);
-  EXPECT_EQ(FS_read_to_buffer(at("missing").c_str(), 0, buffer, sizeof buffer), -1);
   EXPECT_EQ(FS_read_one_line(at("text").c_str(), buffer, sizeof buffer), 1);
   EXPECT_STREQ(buffer, "0123456");
   EXPECT_EQ(FS_read_one_line(at("empty").c_str(), buffer, sizeof buffer), 1);  // buffer untouched
@@ -93,7 +91,6 @@ TEST_F(FileUtilsTest, ReadingWholeFilesAndParts) {
   test::write_file(at("lines"), "0123456789\n0123\n");
   EXPECT_EQ(take(FS_readlines(at("lines").c_str(), 4, 0)), (Lines{"0123", "4567", "89", "0123", ""}));
   EXPECT_EQ(take(FS_readlines(at("empty").c_str(), 80, 0)), Lines{});
-  EXPECT_EQ(FS_readlines(at("missing").c_str(), 80, 0), nullptr);
 }
 
 TEST_F(FileUtilsTest, WritingReturnsOneOnlyForAWrittenRecord) {
