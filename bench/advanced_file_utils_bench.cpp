@@ -103,47 +103,45 @@ class QuietStderr {
 
 void remove_copy() { run({"rm", "-rf", tree().copy().c_str()}); }
 
-void BM_Copy_Library(benchmark::State& state) {
-  const Tree& t = tree();
+// One copy per iteration, each removed again outside the timing.
+template <typename Copy>
+void measure_copy(benchmark::State& state, Copy copy) {
   for (auto _ : state) {
-    {
-      QuietStderr quiet;
-      if (!FS_copy_recursively(t.source.c_str(), t.copy().c_str(), 0, 0)) state.SkipWithError("copy failed");
-    }
+    if (!copy(tree())) state.SkipWithError("the copy failed");
     state.PauseTiming();
     remove_copy();
     state.ResumeTiming();
   }
+}
+
+// One removal per iteration of a copy made outside the timing.
+template <typename Remove>
+void measure_removal(benchmark::State& state, Remove remove) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    run({"cp", "-r", tree().source.c_str(), tree().copy().c_str()});
+    state.ResumeTiming();
+    if (!remove(tree())) state.SkipWithError("the removal failed");
+  }
+}
+
+void BM_Copy_Library(benchmark::State& state) {
+  measure_copy(state, [](const Tree& t) {
+    QuietStderr quiet;
+    return FS_copy_recursively(t.source.c_str(), t.copy().c_str(), 0, 0) == 1;
+  });
 }
 
 void BM_Copy_CpR(benchmark::State& state) {
-  const Tree& t = tree();
-  for (auto _ : state) {
-    if (!run({"cp", "-r", t.source.c_str(), t.copy().c_str()})) state.SkipWithError("cp failed");
-    state.PauseTiming();
-    remove_copy();
-    state.ResumeTiming();
-  }
+  measure_copy(state, [](const Tree& t) { return run({"cp", "-r", t.source.c_str(), t.copy().c_str()}); });
 }
 
 void BM_Remove_Library(benchmark::State& state) {
-  const Tree& t = tree();
-  for (auto _ : state) {
-    state.PauseTiming();
-    run({"cp", "-r", t.source.c_str(), t.copy().c_str()});
-    state.ResumeTiming();
-    if (FS_remove_recursively_if_exists(t.copy().c_str()) != 0) state.SkipWithError("removal failed");
-  }
+  measure_removal(state, [](const Tree& t) { return FS_remove_recursively_if_exists(t.copy().c_str()) == 0; });
 }
 
 void BM_Remove_RmRf(benchmark::State& state) {
-  const Tree& t = tree();
-  for (auto _ : state) {
-    state.PauseTiming();
-    run({"cp", "-r", t.source.c_str(), t.copy().c_str()});
-    state.ResumeTiming();
-    if (!run({"rm", "-rf", t.copy().c_str()})) state.SkipWithError("rm failed");
-  }
+  measure_removal(state, [](const Tree& t) { return run({"rm", "-rf", t.copy().c_str()}); });
 }
 
 BENCHMARK(BM_Copy_Library)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
