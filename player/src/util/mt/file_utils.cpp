@@ -10,28 +10,18 @@
 #include <cstring>
 
 #include "player/src/util/mt/common.h"
+#include "player/src/util/mt/encoding_utils.h"
+#include "player/src/util/mt/path_encoding.h"
 #include "player/src/util/mt/file_utils.hpp"
 
 namespace vona {
 
-// Paths are kept in UTF-8 on every file system the player mounts itself, so no path needs a
-// conversion yet; this is the one place where the encoding of a path's file system is applied.
-const char* path_to_external(char** holder, const char* path) {
-  (void)holder;
-  return path;
-}
+const char* path_to_external(char** holder, const char* path) { return FS_convert_path_to_external(holder, path); }
 
+// Names are kept in UTF-8 on every file system the player mounts itself.
 int path_name_encoding(const char* path) {
   (void)path;
   return 0;
-}
-
-// Stores the internal form of a name read in `encoding` in *buf (the old *buf freed).
-static void name_from_external_into_buf(char** buf, const char* name, int encoding) {
-  (void)encoding;
-  char* copy = strdup(name);
-  free(*buf);
-  *buf = copy;
 }
 
 }  // namespace vona
@@ -205,7 +195,7 @@ const char* FS_readdir(fs_dir_handle* handle) {
   const struct dirent* entry = readdir(handle->dir);
   if (entry == nullptr) return nullptr;
   if (handle->name_encoding != 0) {
-    vona::name_from_external_into_buf(&handle->name, entry->d_name, handle->name_encoding);
+    MY_convert_string_from_external_into_buf(&handle->name, entry->d_name, handle->name_encoding);
   } else {
     char* name = strdup(entry->d_name);
     free(handle->name);
