@@ -50,6 +50,7 @@
 #include "player/src/util/mt/advanced_file_utils.h"
 
 /* Firmware files and MPEG sections */
+#include "player/src/util/firmware_file.h"
 #include "player/src/util/mpeg_utils.h"
 
 #endif

@@ -334,6 +334,25 @@ static void check_mpeg(void) {
   CHECK(mpeg_utils_get_difference_pts_ms(10, 95443700u, 5000) == 27);
 }
 
+static void check_firmware(void) {
+  char header[FW_FILE_HEADER_SIZE];
+  char buffer[64];
+  unsigned char block[5] = {1, 2, 3, 4, 5};
+  unsigned int sum = 0;
+  const char* cursor;
+  CHECK(fw_generate_fw_file_header(header, "a", 10, 7, "format2", "b", 1, NULL) == 0);
+  cursor = header + 8 + 4; /* after "format2" and "522": "7", then "hwv:1" */
+  CHECK(strcmp(fw_get_header_param_value(header + 8 + 4, header + FW_FILE_HEADER_SIZE, "hwv"), "1") == 0);
+  CHECK(strcmp(fw_parse_next_zt_string(&cursor, header + FW_FILE_HEADER_SIZE), "hwv:1") == 0);
+  CHECK(fw_is_firmware_file_name("VONA_FIRMWARE_x.DFF") == 1);
+  CHECK(strcmp(fw_get_file_signature_for_product_id(buffer, "x"), "VONA FIRMWARE FILE [x]") == 0);
+  fw_encrypt_body_block(block, 5);
+  fw_decrypt_body_block(block, 5);
+  fw_checksum_block(block, 5, &sum);
+  CHECK(sum == 15);
+  CHECK(fw_verify_dsa_signature(block, 5, block, 5) == 0);
+}
+
 int main(void) {
   check_foundation();
   check_reporting();
@@ -348,6 +367,7 @@ int main(void) {
   check_mpeg();
   check_properties();
   check_container_utils();
+  check_firmware();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
 }

@@ -1,0 +1,336 @@
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "test_support.hpp"
+#include "vonautil.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+// The zero-terminated strings of a header from `offset` on, up to the first empty one.
+std::vector<std::string> header_strings(const char* header, size_t offset = 0) {
+  std::vector<std::string> strings;
+  while (offset < FW_FILE_HEADER_SIZE && header[offset] != '\0') {
+    strings.emplace_back(header + offset, strnlen(header + offset, FW_FILE_HEADER_SIZE - offset));
+    offset += strings.back().size() + 1;
+  }
+  return strings;
+}
+
+}  // namespace
+
+TEST(FirmwareNames, SignaturesAndFileNames) {
+  char buffer[128];
+  EXPECT_STREQ("VONA FIRMWARE FILE [abc_1]", fw_get_file_signature_for_product_id(buffer, "abc_1"));
+  EXPECT_EQ(1, fw_is_file_signature_for_product_id("VONA FIRMWARE FILE [abc_1]", "abc_1"));
+  for (const char* other : {"VONA FIRMWARE FILE [abc_1] ", "VONA FIRMWARE FILE [abc_]", "vona firmware file [abc_1]"}) {
+    EXPECT_EQ(0, fw_is_file_signature_for_product_id(other, "abc_1")) << other;
+  }
+  EXPECT_EQ(1, fw_is_file_signature_for_product_id_prefix("VONA FIRMWARE FILE [abc_1]", "abc"));
+  EXPECT_EQ(1, fw_is_file_signature_for_product_id_prefix("VONA FIRMWARE FILE [abc_]", "abc"));
+  EXPECT_EQ(0, fw_is_file_signature_for_product_id_prefix("VONA FIRMWARE FILE [abc_1]", "ab"));
+  EXPECT_EQ(0, fw_is_file_signature_for_product_id_prefix("VONA FIRMWARE FILE [abc_1", "abc"));
+  // The expected start is cut to 127 characters, so a very long prefix is compared in part.
+  std::string long_prefix(200, 'p');
+  EXPECT_EQ(1, fw_is_file_signature_for_product_id_prefix(("VONA FIRMWARE FILE [" + std::string(107, 'p') + "]").c_str(),
+                                                          long_prefix.c_str()));
+  EXPECT_EQ(0, fw_is_file_signature_for_product_id_prefix(("VONA FIRMWARE FILE [" + std::string(106, 'p') + "]").c_str(),
+                                                          long_prefix.c_str()));
+
+  EXPECT_STREQ("vona_firmware_abc_", fw_get_file_name_prefix_for_product_id_prefix(buffer, "abc"));
+  EXPECT_STREQ(".dff", fw_get_file_name_suffix());
+  for (const char* yes : {"VONA_FIRMWARE_anything.DFF", "vona_firmware_.dff", "Vona_Firmware_abc_2.1.Dff"}) {
+    EXPECT_EQ(1, fw_is_firmware_file_name(yes)) << yes;
+  }
+  for (const char* no : {"vona_firmware.dff", "vona_firmware_x.df", "vona_firmware_x.dff.txt", ".dff", "", "vona"}) {
+    EXPECT_EQ(0, fw_is_firmware_file_name(no)) << no;
+  }
+  EXPECT_EQ(1, fw_is_firmware_file_name_for_product_id_prefix("VONA_FIRMWARE_ABC_1.2.DFF", "abc"));
+  EXPECT_EQ(1, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_abc_.dff", "abc"));
+  EXPECT_EQ(0, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_abc.dff", "abc"));
+  EXPECT_EQ(0, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_abcd_1.dff", "abc"));
+  EXPECT_EQ(0, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_abc_1.img", "abc"));
+  EXPECT_EQ(0, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_ab", "abc"));
+}
+
+TEST(FirmwareHeader, LayoutIsReproducibleFromTheSeed) {
+  char* items[] = {(char*)"region", (char*)"eu", (char*)"build", (char*)"1234"};
+  string_array params = {4, items};
+  char first[FW_FILE_HEADER_SIZE], second[FW_FILE_HEADER_SIZE];
+  ASSERT_EQ(0, fw_generate_fw_file_header(first, "text a", 1024, 77, "format1", "VONA FIRMWARE FILE [x]", 3, &params));
+  ASSERT_EQ(0, fw_generate_fw_file_header(second, "text a", 1024, 77, "format1", "VONA FIRMWARE FILE [x]", 3, &params));
+  EXPECT_EQ(0, memcmp(first, second, sizeof first));
+  ASSERT_EQ(0, fw_generate_fw_file_header(second, "text a", 1024, 78, "format1", "VONA FIRMWARE FILE [x]", 3, &params));
+  EXPECT_NE(0, memcmp(first, second, sizeof first));
+
+  std::vector<std::string> strings = header_strings(first);
+  std::vector<std::string> expected = {"VONA FIRMWARE FILE [x]", "format1", "text a", "1536", "77", "hwv:3",
+                                       "region:eu", "build:1234"};
+  ASSERT_GT(strings.size(), expected.size());
+  EXPECT_EQ(expected, std::vector<std::string>(strings.begin(), strings.begin() + expected.size()));
+  // Filler numbers from the seeded generator until offset 156 is reached, zeros up to 256,
+  // then the low bytes of the following draws.
+  srand48(77);
+  size_t offset = 0;
+  for (size_t i = 0; i < strings.size(); ++i) {
+    if (i >= expected.size()) {
+      EXPECT_EQ(std::to_string(lrand48() % 100000000), strings[i]);
+    }
+    EXPECT_LT(offset, 156u);
+    offset += strings[i].size() + 1;
+  }
+  EXPECT_GE(offset, 156u);
+  EXPECT_EQ(std::string(256 - offset, '\0'), std::string(first + offset, 256 - offset));
+  for (int i = 256; i < FW_FILE_HEADER_SIZE; ++i) ASSERT_EQ((char)(lrand48() & 0xFF), first[i]) << i;
+
+  // Other flash formats carry neither text; no params is fine.
+  ASSERT_EQ(0, fw_generate_fw_file_header(second, "text a", 10, -5, "format2", "text b", 1, nullptr));
+  strings = header_strings(second);
+  EXPECT_EQ((std::vector<std::string>{"format2", "522", "-5", "hwv:1"}), std::vector<std::string>(strings.begin(), strings.begin() + 4));
+  EXPECT_TRUE(strings[4].find_first_not_of("0123456789") == std::string::npos);
+
+  // Long texts push the strings past 256: random bytes start right after them, and no
+  // parameter fits any more.
+  std::string long_text(300, 't');
+  ASSERT_EQ(0, fw_generate_fw_file_header(second, "a", 0, 1, "format1", long_text.c_str(), 0, nullptr));
+  strings = header_strings(second);
+  EXPECT_EQ((std::vector<std::string>{long_text, "format1", "a", "512", "1", "hwv:0"}),
+            std::vector<std::string>(strings.begin(), strings.begin() + 6));
+  srand48(1);
+  EXPECT_EQ((char)(lrand48() & 0xFF), second[300 + 1 + 8 + 2 + 4 + 2 + 6]);
+  EXPECT_EQ(-1, fw_generate_fw_file_header(second, "a", 0, 1, "format1", long_text.c_str(), 0, &params));
+  std::string too_long(600, 't');
+  EXPECT_EQ(-1, fw_generate_fw_file_header(second, "a", 0, 1, "format1", too_long.c_str(), 0, nullptr));
+}
+
+TEST(FirmwareHeader, ParametersMustPairUpAndEndBeforeOffset256) {
+  char header[FW_FILE_HEADER_SIZE];
+  char* odd_items[] = {(char*)"a", (char*)"1", (char*)"b"};
+  string_array odd = {3, odd_items};
+  EXPECT_EQ(-1, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &odd));
+  // "format2", "512", "1", "hwv:0" take 20 bytes; a parameter string may end at offset 256.
+  std::string value(256 - 20 - 3, 'v');
+  char* items[] = {(char*)"k", &value[0]};
+  string_array params = {2, items};
+  EXPECT_EQ(0, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &params));
+  EXPECT_EQ("k:" + value, std::string(header + 20));
+  value += 'v';
+  items[1] = &value[0];
+  EXPECT_EQ(-1, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &params));
+  // Strings that end at offset 156 get no filler; one byte less, and a filler number follows.
+  for (size_t length : {133, 132}) {
+    value.assign(length, 'v');
+    items[1] = &value[0];
+    ASSERT_EQ(0, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &params));
+    EXPECT_EQ(length == 133 ? 5u : 6u, header_strings(header).size()) << length;
+  }
+
+  char buffer[8] = "xxxxxxx";
+  EXPECT_EQ(-1, fw_put_header_param(buffer, 5, "ab", "cd"));
+  EXPECT_STREQ("xxxxxxx", buffer);
+  EXPECT_EQ(6, fw_put_header_param(buffer, 6, "ab", "cd"));
+  EXPECT_STREQ("ab:cd", buffer);
+}
+
+TEST(FirmwareHeader, WalkingStringsAndFindingParameters) {
+  const char text[] = "first\0second\0x:1\0hwv:3\0name:value\0named:other\0:empty\0filler\0name:late";
+  const char* end = text + sizeof text - 1;  // the last string runs to the end
+  const char* cursor = text;
+  EXPECT_STREQ("second", fw_parse_next_zt_string(&cursor, end));
+  EXPECT_EQ(text + 6, cursor);
+  cursor = text + sizeof "first\0second\0x:1\0hwv:3\0name:value\0named:other\0:empty\0filler" - 1;
+  EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, end));  // the next string reaches `end`
+  const char* terminator = cursor;
+  EXPECT_EQ('\0', *terminator);
+  cursor = terminator + 1;
+  EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, end));  // the current one does
+  EXPECT_EQ(end, cursor);
+  const char two[] = "ab\0cd";
+  cursor = two;
+  EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, two + 5));
+  EXPECT_STREQ("cd", (cursor = two, fw_parse_next_zt_string(&cursor, two + 6)));
+
+  EXPECT_STREQ("value", fw_get_header_param_value(text + 13, end, "name"));
+  EXPECT_STREQ("other", fw_get_header_param_value(text + 13, end, "named"));
+  EXPECT_STREQ("empty", fw_get_header_param_value(text + 13, end, ""));
+  EXPECT_STREQ("3", fw_get_header_param_value(text + 13, end, "hwv"));
+  EXPECT_EQ(nullptr, fw_get_header_param_value(text + 13, end, "x"));     // the string at start itself
+  EXPECT_EQ(nullptr, fw_get_header_param_value(text + 13, end, "nam"));
+  EXPECT_EQ(nullptr, fw_get_header_param_value(text + 13, end, "late"));  // after a string without ':'
+  EXPECT_EQ(nullptr, fw_get_header_param_value(text, end, "name"));       // "second" ends the search
+}
+
+TEST(FirmwareBody, ChecksumAndBlockCipher) {
+  unsigned int sum = 5;
+  const unsigned char bytes[] = {0xFF, 0x80, 0x01};
+  fw_checksum_block(bytes, 3, &sum);
+  EXPECT_EQ(5u + 0xFF + 0x80 + 0x01, sum);
+  fw_checksum_block(bytes, 0, &sum);
+  fw_checksum_block(bytes, -1, &sum);
+  EXPECT_EQ(5u + 0xFF + 0x80 + 0x01, sum);
+
+  // A block of zeros shows the key: the second half becomes key bytes, which cancel in the first.
+  Bytes key(64, 0);
+  fw_encrypt_body_block(key.data(), 64);
+  EXPECT_EQ(Bytes(32, 0), Bytes(key.begin(), key.begin() + 32));
+  key.erase(key.begin(), key.begin() + 32);
+  EXPECT_NE(Bytes(32, 0), key);
+  Bytes five = {1, 2, 3, 4, 5};
+  fw_encrypt_body_block(five.data(), 5);
+  EXPECT_EQ((Bytes{(unsigned char)(1 ^ 3 ^ key[2] ^ key[0]), (unsigned char)(2 ^ 4 ^ key[3] ^ key[1]),
+                   (unsigned char)(3 ^ key[2]), (unsigned char)(4 ^ key[3]), (unsigned char)(5 ^ key[4])}),
+            five);
+  unsigned char one = 0x5A;
+  fw_encrypt_body_block(&one, 1);
+  EXPECT_EQ(0x5A ^ key[0], one);
+
+  std::mt19937 random(3);
+  for (int length = 0; length <= 70; ++length) {
+    Bytes block(length);
+    for (auto& byte : block) byte = (unsigned char)random();
+    Bytes scrambled = block;
+    fw_encrypt_body_block(scrambled.data(), length);
+    if (length > 0) {
+      EXPECT_NE(block, scrambled) << length;
+    }
+    fw_decrypt_body_block(scrambled.data(), length);
+    EXPECT_EQ(block, scrambled) << length;
+  }
+}
+
+#ifdef VONAUTIL_DEV_KEY_DIR
+namespace {
+
+// A DER-encoded DSA signature over `digest` made with a development private key.
+Bytes sign_digest(const char* key_file, const Bytes& digest) {
+  Bytes signature;
+  FILE* file = fopen((std::string(VONAUTIL_DEV_KEY_DIR) + "/" + key_file).c_str(), "r");
+  if (file == nullptr) return signature;
+  EVP_PKEY* key = PEM_read_PrivateKey(file, nullptr, nullptr, nullptr);
+  fclose(file);
+  EVP_PKEY_CTX* context = key ? EVP_PKEY_CTX_new(key, nullptr) : nullptr;
+  size_t length = 0;
+  if (context && EVP_PKEY_sign_init(context) == 1 &&
+      EVP_PKEY_sign(context, nullptr, &length, digest.data(), digest.size()) == 1) {
+    signature.resize(length);
+    if (EVP_PKEY_sign(context, signature.data(), &length, digest.data(), digest.size()) == 1) signature.resize(length);
+    else signature.clear();
+  }
+  EVP_PKEY_CTX_free(context);
+  EVP_PKEY_free(key);
+  return signature;
+}
+
+}  // namespace
+
+TEST(FirmwareSignature, DevelopmentKeysSignAndChangesAreRefused) {
+  // The keys have a 160-bit q, so a digest counts up to its first 20 bytes (a SHA-1 digest).
+  Bytes digest(20);
+  for (size_t i = 0; i < digest.size(); ++i) digest[i] = (unsigned char)(i * 7 + 1);
+  Bytes firmware = sign_digest("firmware_dsa_private.pem", digest);
+  Bytes das = sign_digest("das_dsa_private.pem", digest);
+  ASSERT_FALSE(firmware.empty());
+  ASSERT_FALSE(das.empty());
+  int digest_length = (int)digest.size();
+  EXPECT_EQ(1, fw_verify_dsa_signature(digest.data(), digest_length, firmware.data(), (int)firmware.size()));
+  EXPECT_EQ(1, fw_verify_das_dsa_signature(digest.data(), digest_length, das.data(), (int)das.size()));
+  EXPECT_EQ(0, fw_verify_das_dsa_signature(digest.data(), digest_length, firmware.data(), (int)firmware.size()));
+  EXPECT_EQ(0, fw_verify_dsa_signature(digest.data(), digest_length, das.data(), (int)das.size()));
+
+  Bytes changed = digest;
+  changed[19] ^= 1;
+  EXPECT_EQ(0, fw_verify_dsa_signature(changed.data(), digest_length, firmware.data(), (int)firmware.size()));
+  EXPECT_EQ(0, fw_verify_dsa_signature(digest.data(), digest_length - 1, firmware.data(), (int)firmware.size()));
+  for (size_t i : {firmware.size() / 2, firmware.size() - 1}) {
+    Bytes forged = firmware;
+    forged[i] ^= 0x01;
+    EXPECT_EQ(0, fw_verify_dsa_signature(digest.data(), digest_length, forged.data(), (int)forged.size())) << i;
+  }
+  EXPECT_EQ(0, fw_verify_dsa_signature(digest.data(), digest_length, firmware.data(), (int)firmware.size() - 1));
+  EXPECT_EQ(0, fw_verify_dsa_signature(nullptr, 0, firmware.data(), (int)firmware.size()));
+  EXPECT_EQ(0, fw_verify_dsa_signature(digest.data(), digest_length, nullptr, 0));
+}
+#endif
+
+// The identity getters keep their first result for the life of the process, so each case runs
+// in a child process of its own (the test process itself never calls them).
+using FirmwareIdentity = test::SandboxTest;
+
+TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnce) {
+  std::string config = sandbox.path("/firmware/config/");
+  test::make_dirs(config);
+  test::write_file(config + "product_id.txt", "vona_abc_1\r\nsecond line\n");
+  test::write_file(config + "upgrade_product_id_prefix.txt", "vona_abc");
+  test::write_file(config + "firmware_version.txt", std::string(70, '7') + "\n");
+  test::write_file(config + "base_firmware_info.txt",
+                   "product_id: old\nfirmware_version:\t1.0 \nother: x\nproduct_id:  vona_base  \r\n");
+  auto print_all = [&] {
+    const char* id = get_product_id();
+    test::write_file(config + "product_id.txt", "changed\n");
+    fprintf(stderr, "[%s][%s][%s][%s][%s][%d]\n", id, get_upgrade_product_id_prefix(), get_firmware_version(),
+            get_base_product_id(), get_base_firmware_version(), id == get_product_id());
+    exit(0);
+  };
+  EXPECT_EXIT(print_all(), testing::ExitedWithCode(0),
+              "^\\[vona_abc_1\\]\\[vona_abc\\]\\[7{63}\\]\\[vona_base\\]\\[1\\.0\\]\\[1\\]\n$");
+
+  unlink((config + "base_firmware_info.txt").c_str());
+  EXPECT_EXIT((fprintf(stderr, "%p %p", (void*)get_base_product_id(), (void*)get_base_firmware_version()), exit(0)),
+              testing::ExitedWithCode(0), "^\\(nil\\) \\(nil\\)$");
+}
+
+TEST_F(FirmwareIdentity, MissingOrEmptyFilesEndTheProcess) {
+  std::string config = sandbox.path("/firmware/config/");
+  EXPECT_EXIT(get_product_id(), testing::ExitedWithCode(1),
+              "^Can not open '" + config + "product_id.txt' for read: No such file or directory\\.\n$");
+  test::make_dirs(config);
+  test::write_file(config + "firmware_version.txt", "");
+  EXPECT_EXIT(get_firmware_version(), testing::ExitedWithCode(1),
+              "^Fatal error: can not read '" + config + "firmware_version.txt'\\.\n$");
+  EXPECT_EXIT(get_upgrade_product_id_prefix(), testing::ExitedWithCode(1), "upgrade_product_id_prefix.txt' for read");
+}
+
+using FirmwareTool = test::SandboxTest;
+
+TEST_F(FirmwareTool, InspectAndName) {
+  char header[FW_FILE_HEADER_SIZE];
+  char* items[] = {(char*)"region", (char*)"eu"};
+  string_array params = {2, items};
+  ASSERT_EQ(0, fw_generate_fw_file_header(header, "text a", 3, 9, "format1", "VONA FIRMWARE FILE [x]", 2, &params));
+  std::string path = sandbox.path("/vona_firmware_x_1.dff");
+  test::write_file(path, std::string(header, sizeof header) + "\x01\x02\xFF");
+  std::string out;
+  EXPECT_EQ(0, test::run_tool("fw inspect " + path, &out));
+  EXPECT_EQ(0u, out.find("text B:       VONA FIRMWARE FILE [x]\n"
+                         "flash format: format1\n"
+                         "text A:       text a\n"
+                         "file size:    515\n"
+                         "seed:         9\n"
+                         "hardware:     hwv:2\n"
+                         "parameters:   1\n"
+                         "  region = eu\n"
+                         "filler:       "))
+      << out;
+  EXPECT_NE(std::string::npos, out.find("body:         3 bytes, checksum 0x00000102\n")) << out;
+  test::write_file(path, std::string(header, sizeof header) + "\x01");
+  EXPECT_EQ(1, test::run_tool("fw inspect " + path, &out, true));
+  EXPECT_NE(std::string::npos, out.find("the header gives a body of 3 bytes, the file holds 1")) << out;
+  test::write_file(path, std::string(600, 'x'));
+  EXPECT_EQ(1, test::run_tool("fw inspect " + path, &out, true));
+  EXPECT_NE(std::string::npos, out.find("is not a firmware file")) << out;
+
+  EXPECT_EQ(0, test::run_tool("fw name VONA_FIRMWARE_x_1.DFF", &out));
+  EXPECT_EQ("'VONA_FIRMWARE_x_1.DFF' is a firmware file name\n", out);
+  EXPECT_EQ(1, test::run_tool("fw name vona_firmware_x_1.dff y", &out));
+  EXPECT_EQ("'vona_firmware_x_1.dff' is not a firmware file name for product id prefix 'y'\n", out);
+  EXPECT_EQ(2, test::run_tool("fw name", &out));
+  EXPECT_EQ(2, test::run_tool("fw unpack x", &out));
+}
