@@ -48,6 +48,10 @@
 #include "player/src/util/mt/fs_path.h"
 #include "player/src/util/mt/file_utils.h"
 #include "player/src/util/mt/advanced_file_utils.h"
+#include "player/src/util/mt/rflags.h"
+#include "player/src/util/mt/url_utils.h"
+#include "player/src/util/mt/brace_url.h"
+#include "player/src/util/mt/url_type.h"
 
 /* Firmware files and MPEG sections */
 #include "player/src/util/firmware_file.h"
