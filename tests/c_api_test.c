@@ -320,6 +320,27 @@ static void check_files(void) {
   CHECK(FS_remove_recursively_if_exists(dir) == 0 && !FS_file_exists(dir));
 }
 
+static void check_urls(void) {
+  properties* props = properties_create_empty();
+  str_seg protocol, host, path, target, params;
+  char* smb = smb_url_create("", 0, "", 0, "h", 1, "", 0);
+  CHECK(playlist_is_media_file_url("/a/Movie.MKV") && !playlist_is_media_file_url("/a/notes.nfo"));
+  CHECK(playlist_is_hls_url("h/x.m3u8?a=1") && !playlist_is_hls_url("h/x.M3U8"));
+  CHECK(playlist_is_iptv_url("udp://@239.0.0.1:1234") && !playlist_is_iptv_url("udp://@239.0.0.1"));
+  CHECK(!playlist_is_video_file_ext("divx"));
+  rflags_set_divx_visible(1);
+  CHECK(playlist_is_video_file_ext("DivX") && rflags_divx_visible());
+  rflags_set_divx_visible(0);
+  CHECK(url_utils_parse_url("http://h/p", &protocol, &host, &path) && host.length == 1 && path.length == 2);
+  playlist_parse_swf_url("swf://g.swf:::p", &target, &params);
+  CHECK(target.length == 5 && params.length == 1);
+  CHECK(playlist_parse_plugin_launcher_url("plugin_launcher://{a=1}", props) == 1);
+  CHECK(strcmp(properties_get_str(props, "a", ""), "1") == 0);
+  properties_free(props);
+  CHECK(strcmp(smb, "smb://@h/") == 0);
+  free(smb);
+}
+
 /* Firmware and MPEG */
 
 static void check_mpeg(void) {
@@ -364,6 +385,7 @@ int main(void) {
   check_text();
   check_paths();
   check_files();
+  check_urls();
   check_mpeg();
   check_properties();
   check_container_utils();

@@ -69,6 +69,19 @@ inline void write_file(const std::string& path, const std::string& content) {
   out << content;
 }
 
+// The text of a new string from the library, which is freed; "(null)" for a null result.
+inline std::string take_string(char* s) {
+  std::string result = s ? s : "(null)";
+  free(s);
+  return result;
+}
+
+// The text of a segment (a str_seg: start and length).
+template <class Segment>
+std::string seg_text(Segment seg) {
+  return std::string(seg.start, seg.length > 0 ? seg.length : 0);
+}
+
 // mkdir -p
 inline void make_dirs(const std::string& path) {
   for (size_t slash = 1; slash != std::string::npos; slash = path.find('/', slash + 1)) {

@@ -5,16 +5,8 @@
 #include "test_support.hpp"
 #include "vonautil.h"
 
-namespace {
-
-std::string text(str_seg seg) { return std::string(seg.start, seg.length); }
-std::string take(char* s) {
-  std::string result = s ? s : "(null)";
-  free(s);
-  return result;
-}
-
-}  // namespace
+using test::seg_text;
+using test::take_string;
 
 TEST(BraceUrl, ReadsPairsWithNestingAndEscapes) {
   EXPECT_STREQ("{a=1}", brace_url_open("plugin_launcher://{a=1}", "plugin_launcher"));
@@ -32,8 +24,8 @@ TEST(BraceUrl, ReadsPairsWithNestingAndEscapes) {
     str_seg key, value;
     int escaped = -1;
     ASSERT_EQ(1, brace_url_read_next_pair(&cursor, &key, &value, &escaped)) << c.text;
-    EXPECT_EQ(c.key, text(key));
-    EXPECT_EQ(c.value, text(value));
+    EXPECT_EQ(c.key, seg_text(key));
+    EXPECT_EQ(c.value, seg_text(value));
     EXPECT_EQ(c.escaped, escaped);
     EXPECT_STREQ(c.rest, cursor);
   }
@@ -43,6 +35,6 @@ TEST(BraceUrl, ReadsPairsWithNestingAndEscapes) {
     int escaped;
     EXPECT_EQ(0, brace_url_read_next_pair(&cursor, &key, &value, &escaped)) << bad;
   }
-  EXPECT_EQ("x}y", take(brace_url_unescape_value("x\\}yZZ", 4)));
-  EXPECT_EQ("", take(brace_url_unescape_value("\\\\", 2)));  // an escaped backslash goes too
+  EXPECT_EQ("x}y", take_string(brace_url_unescape_value("x\\}yZZ", 4)));
+  EXPECT_EQ("", take_string(brace_url_unescape_value("\\\\", 2)));  // an escaped backslash goes too
 }

@@ -9,13 +9,8 @@ namespace {
 
 const char* const kNull = "(null)";
 
-std::string text(str_seg seg) { return std::string(seg.start, seg.length); }
-// The text of a new string, which is freed; kNull for a null result.
-std::string take(char* s) {
-  std::string result = s ? s : kNull;
-  free(s);
-  return result;
-}
+using test::seg_text;
+using test::take_string;
 int len(const std::string& s) { return (int)s.size(); }
 
 }  // namespace
@@ -24,10 +19,10 @@ TEST(PathUtils, JoinsWithExactlyOneSeparatorUnlessTheLeftSideHasOne) {
   struct Case { const char *a, *b, *joined; };
   for (const Case& c : std::vector<Case>{{"", "x", "/x"}, {"/a/", "x", "/a/x"}, {"/a", "x", "/a/x"}, {"a", "", "a/"},
                                          {"/", "x", "/x"}, {"", "", "/"}, {"a//", "/b", "a///b"}}) {
-    EXPECT_EQ(c.joined, take(path_utils_join_path(c.a, c.b))) << c.a << " + " << c.b;
+    EXPECT_EQ(c.joined, take_string(path_utils_join_path(c.a, c.b))) << c.a << " + " << c.b;
   }
-  EXPECT_EQ("ab/x", take(path_utils_join_path_segs("abc/", 2, "xyz", 1)));
-  EXPECT_EQ("/", take(path_utils_join_path_segs("abc", 0, "xyz", 0)));
+  EXPECT_EQ("ab/x", take_string(path_utils_join_path_segs("abc/", 2, "xyz", 1)));
+  EXPECT_EQ("/", take_string(path_utils_join_path_segs("abc", 0, "xyz", 0)));
   EXPECT_DEATH(path_utils_join_path(nullptr, "x"), "player/src/util/mt/common:[0-9]+: str_to_seg: Assertion `c_str' failed");
   EXPECT_DEATH(path_utils_join_path("x", nullptr), "Assertion `c_str' failed");
 }
@@ -52,14 +47,14 @@ TEST(PathUtils, SplitsNamesDirectoriesAndExtensions) {
        }) {
     SCOPED_TRACE(c.path);
     EXPECT_STREQ(c.basename, path_utils_basename(c.path));
-    EXPECT_EQ(c.without_ext, text(path_utils_basename_without_ext(c.path)));
-    EXPECT_EQ(c.dir, take(path_utils_get_dir_path(c.path)));
+    EXPECT_EQ(c.without_ext, seg_text(path_utils_basename_without_ext(c.path)));
+    EXPECT_EQ(c.dir, take_string(path_utils_get_dir_path(c.path)));
     str_seg dir = path_utils_dirname_seg(c.path);
     EXPECT_EQ(c.path, dir.start);
-    EXPECT_EQ(c.dir, text(dir));
+    EXPECT_EQ(c.dir, seg_text(dir));
     EXPECT_STREQ(c.ext, path_utils_get_ext(c.path));
     EXPECT_STREQ(c.dot_ext, path_utils_get_ext_including_dot(c.path));
-    EXPECT_EQ(c.base, text(path_utils_get_base_path_seg(c.path)));
+    EXPECT_EQ(c.base, seg_text(path_utils_get_base_path_seg(c.path)));
   }
 
   EXPECT_EQ(1, path_utils_has_extension("movie.MKV", ".mkv"));
@@ -80,8 +75,8 @@ TEST(PathUtils, TrimsAndShiftsSegmentsKeepingALoneSlash) {
     str_seg trailing = str_to_seg(c.in), leading = str_to_seg(c.in);
     path_utils_remove_trailing_slashes(&trailing);
     path_utils_remove_leading_slashes(&leading);
-    EXPECT_EQ(c.trailing, text(trailing)) << c.in;
-    EXPECT_EQ(c.leading, text(leading)) << c.in;
+    EXPECT_EQ(c.trailing, seg_text(trailing)) << c.in;
+    EXPECT_EQ(c.leading, seg_text(leading)) << c.in;
   }
 
   struct Shift { const char *in, *component, *rest; };
@@ -89,13 +84,13 @@ TEST(PathUtils, TrimsAndShiftsSegmentsKeepingALoneSlash) {
                                           {"/a", "a", ""}, {"//a", "a", ""}, {"a/b//c", "c", "a/b"},
                                           {"a/b/", "b", "a"}, {"/a//b//", "b", "/a"}}) {
     str_seg seg = str_to_seg(c.in);
-    EXPECT_EQ(c.component, text(path_utils_rshift(&seg))) << c.in;
-    EXPECT_EQ(c.rest, text(seg)) << c.in;
+    EXPECT_EQ(c.component, seg_text(path_utils_rshift(&seg))) << c.in;
+    EXPECT_EQ(c.rest, seg_text(seg)) << c.in;
   }
   // Shifting repeatedly takes a path apart from the end, within the segment's length only.
   str_seg seg = {"/a/bb/c/IGNORED", 7};
   std::string taken;
-  while (seg.length > 0) taken += text(path_utils_rshift(&seg)) + ",";
+  while (seg.length > 0) taken += seg_text(path_utils_rshift(&seg)) + ",";
   EXPECT_EQ("c,bb,a,", taken);
 }
 
@@ -125,7 +120,7 @@ TEST(PathUtils, TellsAncestorsAndFirstNamesBelowThem) {
   for (const First& c : std::vector<First>{{"/a", "/a/b/c", "b"}, {"/a/", "/a/b", "b"}, {"/a", "/a", ""},
                                           {"/a", "/ab/c", "b"}, {"/a", "/a//b", ""}, {"", "x/y", "x"},
                                           {"/x", "/a/b", kNull}}) {
-    EXPECT_EQ(c.name, take(path_utils_get_first_name_of_rel_path(c.base, c.path))) << c.base << " in " << c.path;
+    EXPECT_EQ(c.name, take_string(path_utils_get_first_name_of_rel_path(c.base, c.path))) << c.base << " in " << c.path;
   }
 }
 
@@ -146,7 +141,7 @@ TEST(PathUtils, ResolvesRelativePathsWithoutClimbingAboveTheRoot) {
            // Outside the root, ".." stops at base_dir itself.
            {"../x/y", "/other/d", "/mnt", 0, "/other/d/x/y"},
        }) {
-    EXPECT_EQ(c.resolved, take(path_utils_resolve_relative_path(c.path, c.base_dir, c.root, c.join_bare)))
+    EXPECT_EQ(c.resolved, take_string(path_utils_resolve_relative_path(c.path, c.base_dir, c.root, c.join_bare)))
         << c.path << " in " << c.base_dir << " under " << c.root;
   }
 }
@@ -170,7 +165,7 @@ TEST(PathUtils, ResolvesRelativeUrlsBelowTheUrlPrefix) {
            {"c/d", "file:///x/y", "file:///x/y/c/d"},
            {"x/y", "http:// h/a", "http:// h/a/x/y"},
        }) {
-    EXPECT_EQ(c.resolved, take(path_utils_resolve_relative_url(c.path, c.base_url))) << c.path << " in " << c.base_url;
+    EXPECT_EQ(c.resolved, take_string(path_utils_resolve_relative_url(c.path, c.base_url))) << c.path << " in " << c.base_url;
   }
 
   struct Base { const char *url, *base; };
@@ -182,7 +177,7 @@ TEST(PathUtils, ResolvesRelativeUrlsBelowTheUrlPrefix) {
                                         {"/a/b", "/a"},
                                         {"file:///x/y", "file:///x"},
                                         {"", ""}}) {
-    EXPECT_EQ(c.base, text(path_utils_get_base_url_seg(c.url))) << c.url;
+    EXPECT_EQ(c.base, seg_text(path_utils_get_base_url_seg(c.url))) << c.url;
   }
 }
 
@@ -192,31 +187,31 @@ TEST(PathUtils, RelatesAbsolutePathsAndAppliesTheResult) {
                                       {"/a/b", "/a/b", "."}, {"/a/b/", "/a//b", "."}, {"/", "/x/y", "x/y"},
                                       {"/x/y", "/", "../.."}, {"/a/b/c", "/d", "../../../d"}, {"/a", "/b", "../b"},
                                       {"a", "/a", kNull}, {"/a", "a", kNull}, {"/a", "", kNull}, {"", "/a", kNull}}) {
-    EXPECT_EQ(c.rel, take(path_utils_get_rel_path(c.from, len(c.from), c.to, len(c.to)))) << c.from << " -> " << c.to;
+    EXPECT_EQ(c.rel, take_string(path_utils_get_rel_path(c.from, len(c.from), c.to, len(c.to)))) << c.from << " -> " << c.to;
   }
-  EXPECT_EQ("../c", take(path_utils_get_rel_path("/a/bXX", 4, "/a/cYY", 4)));
+  EXPECT_EQ("../c", take_string(path_utils_get_rel_path("/a/bXX", 4, "/a/cYY", 4)));
 
   struct Apply { const char *base, *rel, *result; };
   for (const Apply& c : std::vector<Apply>{{"/a", "../../x", kNull}, {"/a/b", "../c", "/a/c"}, {"/a", "x/./y", "/a/x/y"},
                                           {"/a", ".", "/a"}, {"/a", "../x", "/x"}, {"/a/b", "..", "/a"},
                                           {"", "x", "/x"}, {"", "..", kNull}, {"/", "..", ""},
                                           {"/a", "/x", kNull}, {"/a", "", kNull}}) {
-    EXPECT_EQ(c.result, take(path_utils_apply_rel_path(c.base, len(c.base), c.rel, len(c.rel)))) << c.base << " + " << c.rel;
+    EXPECT_EQ(c.result, take_string(path_utils_apply_rel_path(c.base, len(c.base), c.rel, len(c.rel)))) << c.base << " + " << c.rel;
   }
-  EXPECT_EQ("/a/b/c", take(path_utils_apply_rel_path("/a/bzz", 4, "c", 1)));
+  EXPECT_EQ("/a/b/c", take_string(path_utils_apply_rel_path("/a/bzz", 4, "c", 1)));
 
   // Round trip: the relation of two paths applied to the first gives the second.
   for (const Rel& c : std::vector<Rel>{{"/m/a/b", "/m/c/d", ""}, {"/m/a", "/m/a/b/c", ""}, {"/m/a/b", "/m", ""}}) {
     char* rel = path_utils_get_rel_path(c.from, len(c.from), c.to, len(c.to));
-    EXPECT_EQ(c.to, take(path_utils_apply_rel_path(c.from, len(c.from), rel, (int)strlen(rel))));
+    EXPECT_EQ(c.to, take_string(path_utils_apply_rel_path(c.from, len(c.from), rel, (int)strlen(rel))));
     free(rel);
   }
 
   std::string from = "/old", to = "/old/x/y", deeper = "/o/p", outside = "/q", relative = "x";
-  EXPECT_EQ("/new/x/y", take(path_utils_apply_rel_path2("/new", 4, from.c_str(), len(from), to.c_str(), len(to), "fb")));
-  EXPECT_EQ("fb", take(path_utils_apply_rel_path2("/n", 2, deeper.c_str(), len(deeper), outside.c_str(), len(outside), "fb")));
-  EXPECT_EQ("fb", take(path_utils_apply_rel_path2("/n", 2, from.c_str(), len(from), relative.c_str(), 1, "fb")));
-  EXPECT_EQ(kNull, take(path_utils_apply_rel_path2("/n", 2, from.c_str(), len(from), relative.c_str(), 1, nullptr)));
+  EXPECT_EQ("/new/x/y", take_string(path_utils_apply_rel_path2("/new", 4, from.c_str(), len(from), to.c_str(), len(to), "fb")));
+  EXPECT_EQ("fb", take_string(path_utils_apply_rel_path2("/n", 2, deeper.c_str(), len(deeper), outside.c_str(), len(outside), "fb")));
+  EXPECT_EQ("fb", take_string(path_utils_apply_rel_path2("/n", 2, from.c_str(), len(from), relative.c_str(), 1, "fb")));
+  EXPECT_EQ(kNull, take_string(path_utils_apply_rel_path2("/n", 2, from.c_str(), len(from), relative.c_str(), 1, nullptr)));
 }
 
 TEST(PathUtils, ToolRelatesAndResolves) {

@@ -11,12 +11,8 @@
 
 namespace {
 
-std::string text(str_seg seg) { return std::string(seg.start, seg.length); }
-std::string take(char* s) {
-  std::string result = s ? s : "(null)";
-  free(s);
-  return result;
-}
+using test::seg_text;
+using test::take_string;
 
 struct Kind {
   const char* name;
@@ -174,26 +170,26 @@ TEST(UrlType, ExtensionLookupMatchesACaseInsensitiveScanOfTheTables) {
 TEST(UrlType, ParsesPseudoSchemeUrls) {
   str_seg target, params;
   playlist_parse_swf_params("game.swf:::a=1:::b", &target, &params);
-  EXPECT_EQ("game.swf", text(target));
-  EXPECT_EQ("a=1:::b", text(params));
+  EXPECT_EQ("game.swf", seg_text(target));
+  EXPECT_EQ("a=1:::b", seg_text(params));
   const char* bare = "game.swf";
   playlist_parse_swf_params(bare, &target, &params);
-  EXPECT_EQ("game.swf", text(target));
+  EXPECT_EQ("game.swf", seg_text(target));
   EXPECT_EQ(0, params.length);
   EXPECT_EQ(bare + 8, params.start);
 
   playlist_parse_swf_url("swf://g.swf:::p", &target, &params);
-  EXPECT_EQ("g.swf", text(target));
-  EXPECT_EQ("p", text(params));
+  EXPECT_EQ("g.swf", seg_text(target));
+  EXPECT_EQ("p", seg_text(params));
   const char* www_params = nullptr;
   playlist_parse_www_url("www://h/x:::fullscreen", &target, &www_params);
-  EXPECT_EQ("h/x", text(target));
+  EXPECT_EQ("h/x", seg_text(target));
   EXPECT_STREQ("fullscreen", www_params);
   playlist_parse_www_url("www://h", &target, &www_params);
   EXPECT_STREQ("", www_params);
   playlist_parse_installer_url("skin_installer://s.zip:::force", &target, &params);
-  EXPECT_EQ("s.zip", text(target));
-  EXPECT_EQ("force", text(params));
+  EXPECT_EQ("s.zip", seg_text(target));
+  EXPECT_EQ("force", seg_text(params));
   EXPECT_STREQ("my.plugin", playlist_parse_plugin_uninstaller_url("plugin_uninstaller://my.plugin"));
 
   EXPECT_DEATH(playlist_parse_swf_url("www://x", &target, &params),
@@ -217,7 +213,7 @@ TEST(UrlType, ParsesBraceUrlsIntoProperties) {
        }) {
     properties* props = properties_create_empty();
     EXPECT_EQ(c.ok, c.parse(c.url, props)) << c.url;
-    EXPECT_EQ(c.dump, take(properties_save_to_buffer(props))) << c.url;
+    EXPECT_EQ(c.dump, take_string(properties_save_to_buffer(props))) << c.url;
     properties_free(props);
   }
   testing::internal::CaptureStderr();
@@ -251,6 +247,20 @@ TEST(UrlType, ReplacesTheBaseUrlKeepingSwfParameters) {
     std::string passed;
     EXPECT_EQ(c.result, playlist_replace_base_url(&url, replace_with_context, &passed)) << c.url;
     EXPECT_EQ(c.passed, passed);
-    EXPECT_EQ(c.after, take(url));
+    EXPECT_EQ(c.after, take_string(url));
   }
+}
+
+TEST(UrlType, ToolClassifiesAndParses) {
+  std::string out;
+  EXPECT_EQ(0, test::run_tool("url classify 'Holiday.MKV' 'http://h/x.m3u8?a=1' 'notes.nfo'", &out));
+  EXPECT_EQ("Holiday.MKV: media video\nhttp://h/x.m3u8?a=1: http hls\nnotes.nfo: -\n", out);
+  EXPECT_EQ(0, test::run_tool("url parse 'smb://nas/media/a.mkv'", &out));
+  EXPECT_EQ("protocol: smb\nhost: nas\npath: /media/a.mkv\n", out);
+  EXPECT_EQ(0, test::run_tool("url parse 'extplayer://{cmd=play}{arg=a\\}b}'", &out));
+  EXPECT_EQ("cmd = play\narg = a}b\n", out);
+  EXPECT_EQ(1, test::run_tool("url parse 'extplayer://{cmd'"));
+  EXPECT_EQ(1, test::run_tool("url parse /tmp/a"));
+  EXPECT_EQ(2, test::run_tool("url classify"));
+  EXPECT_EQ(2, test::run_tool("url parse a b"));
 }

@@ -5,16 +5,8 @@
 #include "test_support.hpp"
 #include "vonautil.h"
 
-namespace {
-
-std::string text(str_seg seg) { return std::string(seg.start, seg.length); }
-std::string take(char* s) {
-  std::string result = s ? s : "(null)";
-  free(s);
-  return result;
-}
-
-}  // namespace
+using test::seg_text;
+using test::take_string;
 
 TEST(UrlUtils, SplitsSchemesHostsAndPaths) {
   struct Case { const char *url, *proto, *host, *path; };
@@ -22,24 +14,24 @@ TEST(UrlUtils, SplitsSchemesHostsAndPaths) {
                                          {"smb://h/", "smb", "h", "/"}, {"s:///p", "s", "", "/p"}}) {
     str_seg proto, host, path;
     ASSERT_EQ(1, url_utils_parse_url(c.url, &proto, &host, &path)) << c.url;
-    EXPECT_EQ(c.proto, text(proto));
-    EXPECT_EQ(c.host, text(host));
-    EXPECT_EQ(c.path, text(path));
+    EXPECT_EQ(c.proto, seg_text(proto));
+    EXPECT_EQ(c.host, seg_text(host));
+    EXPECT_EQ(c.path, seg_text(path));
     EXPECT_EQ(1, url_utils_is_url(c.url));
-    EXPECT_EQ(c.proto, text(url_utils_get_proto(c.url)));
+    EXPECT_EQ(c.proto, seg_text(url_utils_get_proto(c.url)));
   }
   for (const char* plain : {"://x", "/tmp/a", "a b://x", "http:/x", "http", ""}) {
     str_seg untouched = {"u", 1}, host = untouched, path = untouched;
     EXPECT_EQ(0, url_utils_is_url(plain)) << plain;
     EXPECT_EQ(0, url_utils_get_proto(plain).length) << plain;
     EXPECT_EQ(0, url_utils_parse_url(plain, &untouched, &host, &path)) << plain;
-    EXPECT_EQ("u", text(untouched));
+    EXPECT_EQ("u", seg_text(untouched));
   }
 
-  EXPECT_EQ("http://h/a/new.ts", take(url_utils_replace_filename("http://h/a/old.ts", "new.ts")));
-  EXPECT_EQ("http://h/new", take(url_utils_replace_filename("http://h/", "new")));
-  EXPECT_EQ("(null)", take(url_utils_replace_filename("http://h", "new")));
-  EXPECT_EQ("(null)", take(url_utils_replace_filename("/a/b", "new")));
+  EXPECT_EQ("http://h/a/new.ts", take_string(url_utils_replace_filename("http://h/a/old.ts", "new.ts")));
+  EXPECT_EQ("http://h/new", take_string(url_utils_replace_filename("http://h/", "new")));
+  EXPECT_EQ("(null)", take_string(url_utils_replace_filename("http://h", "new")));
+  EXPECT_EQ("(null)", take_string(url_utils_replace_filename("/a/b", "new")));
 
   char* buffer = nullptr;
   EXPECT_STREQ("b", url_utils_construct_url(&buffer, "bXX", 1, "/", 1));
@@ -65,8 +57,8 @@ TEST(UrlUtils, RemovesParametersDoubleSchemesAndExtraSlashes) {
   EXPECT_STREQ("http://", url_utils_chomp_vona_params("http://h/a|||vona_params|||", buffer, sizeof buffer));
   EXPECT_STREQ("http://", url_utils_chomp_vona_params("a|||vona_params|||", buffer, 0));  // untouched
   const char* with = "a/b|||vona_params|||x";
-  EXPECT_EQ("a/b", text(url_utils_chomp_vona_params_seg(str_seg{with, 5})));  // the marker starts inside
-  EXPECT_EQ("a/", text(url_utils_chomp_vona_params_seg(str_seg{with, 2})));
+  EXPECT_EQ("a/b", seg_text(url_utils_chomp_vona_params_seg(str_seg{with, 5})));  // the marker starts inside
+  EXPECT_EQ("a/", seg_text(url_utils_chomp_vona_params_seg(str_seg{with, 2})));
 
   struct Unhack { const char *in, *out; };
   for (const Unhack& c : std::vector<Unhack>{{"http://ts://mp4://h/x", "http://h/x"}, {"http://ts://h/x", "http://h/x"},
@@ -91,11 +83,11 @@ TEST(UrlUtils, RemovesParametersDoubleSchemesAndExtraSlashes) {
 }
 
 TEST(UrlUtils, BuildsShareUrls) {
-  EXPECT_EQ("smb://@h/", take(smb_url_create("", 0, "", 0, "h", 1, "", 0)));
-  EXPECT_EQ("smb://u:p@h/s/d", take(smb_url_create("uX", 1, "pX", 1, "hX", 1, "s/dX", 3)));
-  EXPECT_EQ("smb://u@h/s", take(smb_url_create("u", 1, "p", 0, "h", 1, "s", 1)));
-  EXPECT_EQ("smb://:p@/", take(smb_url_create("u", 0, "p", 1, "h", 0, "s", 0)));
-  EXPECT_EQ("nfs-tcp://srv:/export", take(nfs_url_create("srv:/export", 1)));
-  EXPECT_EQ("nfs-udp://", take(nfs_url_create(nullptr, 0)));
-  EXPECT_EQ("nfs-udp://", take(nfs_url_create("", 0)));
+  EXPECT_EQ("smb://@h/", take_string(smb_url_create("", 0, "", 0, "h", 1, "", 0)));
+  EXPECT_EQ("smb://u:p@h/s/d", take_string(smb_url_create("uX", 1, "pX", 1, "hX", 1, "s/dX", 3)));
+  EXPECT_EQ("smb://u@h/s", take_string(smb_url_create("u", 1, "p", 0, "h", 1, "s", 1)));
+  EXPECT_EQ("smb://:p@/", take_string(smb_url_create("u", 0, "p", 1, "h", 0, "s", 0)));
+  EXPECT_EQ("nfs-tcp://srv:/export", take_string(nfs_url_create("srv:/export", 1)));
+  EXPECT_EQ("nfs-udp://", take_string(nfs_url_create(nullptr, 0)));
+  EXPECT_EQ("nfs-udp://", take_string(nfs_url_create("", 0)));
 }
