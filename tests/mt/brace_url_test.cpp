@@ -15,8 +15,7 @@ TEST(BraceUrl, ReadsPairsWithNestingAndEscapes) {
 
   struct Case { const char *text, *key, *value; int escaped; const char* rest; };
   for (const Case& c : std::vector<Case>{{"", "", "", 0, ""},
-                                         {"{a=1}{b=2}", "a", "1", 0, "{b=2}"},
-                                         {"{Key_9=}", "Key_9", "", 0, ""},
+                                         {"{a=1}{b=2}", "a", "1", 0, "{b=2}"}, {"{Key_9=}", "Key_9", "", 0, ""},
                                          {"{a={b}{c{d}}}x", "a", "{b}{c{d}}", 0, "x"},
                                          {"{b=x\\}y}", "b", "x\\}y", 1, ""},
                                          {"{b=\\\\}", "b", "\\\\", 1, ""}}) {

@@ -30,20 +30,14 @@ TEST(PathUtils, JoinsWithExactlyOneSeparatorUnlessTheLeftSideHasOne) {
 TEST(PathUtils, SplitsNamesDirectoriesAndExtensions) {
   struct Case { const char *path, *basename, *without_ext, *dir, *ext, *dot_ext, *base; };
   for (const Case& c : std::vector<Case>{
-           {"", "", "", "", "", "", ""},
-           {"/", "/", "/", "", "", "", "/"},
-           {"///", "///", "///", "", "", "", "///"},
-           {"a", "a", "a", "", "", "", "a"},
-           {"a/b", "b", "b", "a", "", "", "a"},
-           {"a/b/", "b/", "b/", "a", "", "", "a"},
-           {"/a/b//", "b//", "b//", "/a", "", "", "/a"},
-           {"/b", "b", "b", "", "", "", "/"},
-           {"a//b", "b", "b", "a/", "", "", "a/"},
+           {"", "", "", "", "", "", ""}, {"/", "/", "/", "", "", "", "/"}, {"///", "///", "///", "", "", "", "///"},
+           {"a", "a", "a", "", "", "", "a"}, {"a/b", "b", "b", "a", "", "", "a"},
+           {"a/b/", "b/", "b/", "a", "", "", "a"}, {"/a/b//", "b//", "b//", "/a", "", "", "/a"},
+           {"/b", "b", "b", "", "", "", "/"}, {"a//b", "b", "b", "a/", "", "", "a/"},
            {"/x.y/file", "file", "file", "/x.y", "", "", "/x.y"},
            {"/x/file.tar.gz", "file.tar.gz", "file.tar", "/x", "gz", ".gz", "/x"},
            {"dir/.hidden", ".hidden", "", "dir", "hidden", ".hidden", "dir"},
-           {"a.b/", "a.b/", "a", "", "b/", ".b/", "a.b"},
-           {"file.", "file.", "file", "", "", ".", "file."},
+           {"a.b/", "a.b/", "a", "", "b/", ".b/", "a.b"}, {"file.", "file.", "file", "", "", ".", "file."},
        }) {
     SCOPED_TRACE(c.path);
     EXPECT_STREQ(c.basename, path_utils_basename(c.path));
@@ -127,16 +121,11 @@ TEST(PathUtils, TellsAncestorsAndFirstNamesBelowThem) {
 TEST(PathUtils, ResolvesRelativePathsWithoutClimbingAboveTheRoot) {
   struct Case { const char *path, *base_dir, *root; int join_bare; const char* resolved; };
   for (const Case& c : std::vector<Case>{
-           {"/x", "/mnt/d", "/mnt", 0, "/mnt/x"},
-           {"/x/../y", "/mnt/d", "/mnt", 0, "/mnt/y"},
+           {"/x", "/mnt/d", "/mnt", 0, "/mnt/x"}, {"/x/../y", "/mnt/d", "/mnt", 0, "/mnt/y"},
            {"/../../y//z/", "/mnt/d", "/mnt", 0, "/mnt/y/z"},
-           {"/a/..", "/d", "/mnt", 0, "/mnt/"},
-           {"name", "/d", "/r", 0, "name"},
-           {"name", "/d/", "/r", 1, "/d/name"},
-           {"../x/y", "/mnt/d/e", "/mnt", 0, "/mnt/d/x/y"},
-           {"../../../x/y", "/mnt/d", "/mnt", 0, "/mnt/x/y"},
-           {"./x/./y", "/mnt/d", "/mnt", 0, "/mnt/d/x/y"},
-           {"x/", "/d", "/", 0, "/d/x"},
+           {"/a/..", "/d", "/mnt", 0, "/mnt/"}, {"name", "/d", "/r", 0, "name"}, {"name", "/d/", "/r", 1, "/d/name"},
+           {"../x/y", "/mnt/d/e", "/mnt", 0, "/mnt/d/x/y"}, {"../../../x/y", "/mnt/d", "/mnt", 0, "/mnt/x/y"},
+           {"./x/./y", "/mnt/d", "/mnt", 0, "/mnt/d/x/y"}, {"x/", "/d", "/", 0, "/d/x"},
            {"a/../b//c", "/d/e", "/", 0, "/d/e/b/c"},
            // Outside the root, ".." stops at base_dir itself.
            {"../x/y", "/other/d", "/mnt", 0, "/other/d/x/y"},
@@ -149,20 +138,13 @@ TEST(PathUtils, ResolvesRelativePathsWithoutClimbingAboveTheRoot) {
 TEST(PathUtils, ResolvesRelativeUrlsBelowTheUrlPrefix) {
   struct Case { const char *path, *base_url, *resolved; };
   for (const Case& c : std::vector<Case>{
-           {"c/d", "scheme://h/x/y", "scheme://h/x/y/c/d"},
-           {"/c", "scheme://h/x", "scheme://h/c"},
-           {"/c/../d/e", "http://h/x", "http://h/d/e"},
-           {"name.ts", "http://h/dir", "http://h/dir/name.ts"},
-           {"name.ts", "http://h/dir/", "http://h/dir/name.ts"},
-           {"../z/w", "http://h/a/b", "http://h/a/z/w"},
-           {"../../../z/w", "http://h/a", "http://h/z/w"},
-           {"c/d", "http://h//a", "http://h/a/c/d"},
-           {"c/d", "http://h", "http://h/c/d"},
-           {"/c", "http://h", "http://h/c"},
+           {"c/d", "scheme://h/x/y", "scheme://h/x/y/c/d"}, {"/c", "scheme://h/x", "scheme://h/c"},
+           {"/c/../d/e", "http://h/x", "http://h/d/e"}, {"name.ts", "http://h/dir", "http://h/dir/name.ts"},
+           {"name.ts", "http://h/dir/", "http://h/dir/name.ts"}, {"../z/w", "http://h/a/b", "http://h/a/z/w"},
+           {"../../../z/w", "http://h/a", "http://h/z/w"}, {"c/d", "http://h//a", "http://h/a/c/d"},
+           {"c/d", "http://h", "http://h/c/d"}, {"/c", "http://h", "http://h/c"},
            // Without a URL prefix the base is a plain path under "/" and bare names stay.
-           {"name", "/a/b", "name"},
-           {"x/../y", "/a/b", "/a/b/y"},
-           {"c/d", "file:///x/y", "file:///x/y/c/d"},
+           {"name", "/a/b", "name"}, {"x/../y", "/a/b", "/a/b/y"}, {"c/d", "file:///x/y", "file:///x/y/c/d"},
            {"x/y", "http:// h/a", "http:// h/a/x/y"},
        }) {
     EXPECT_EQ(c.resolved, take_string(path_utils_resolve_relative_url(c.path, c.base_url))) << c.path << " in " << c.base_url;
@@ -172,10 +154,8 @@ TEST(PathUtils, ResolvesRelativeUrlsBelowTheUrlPrefix) {
   for (const Base& c : std::vector<Base>{{"scheme://host/dir/file", "scheme://host/dir"},
                                         {"scheme://host/file", "scheme://host/"},
                                         {"scheme://host/dir/", "scheme://host/"},
-                                        {"scheme://host/", "scheme://host/"},
-                                        {"scheme://host", "scheme://host"},
-                                        {"/a/b", "/a"},
-                                        {"file:///x/y", "file:///x"},
+                                        {"scheme://host/", "scheme://host/"}, {"scheme://host", "scheme://host"},
+                                        {"/a/b", "/a"}, {"file:///x/y", "file:///x"},
                                         {"", ""}}) {
     EXPECT_EQ(c.base, seg_text(path_utils_get_base_url_seg(c.url))) << c.url;
   }
