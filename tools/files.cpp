@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "command.hpp"
+#include "url.hpp"
 #include "player/src/util/mt/fixed_path.hpp"
 #include "vonautil.h"
 
@@ -129,7 +130,8 @@ void demo_files() {
   printf("\n$ vonautil fs walk --pre-order %s\n", music.c_str());
   fflush(stdout);
   FS_iterate_recursively(music.c_str(), FS_ITER_PRE_ORDER, print_visit, nullptr);
-  printf("(Classifying the files by extension with playlist_is_* waits for the URL classification module.)\n");
+  printf("\nWhat the player makes of each file (vonautil url classify):\n");
+  for (const char* name : files) printf("  %-28s %s\n", name, url_kinds(name).c_str());
 
   std::string backup = vona::fixed_path("/tmp/mnt/D/Backup/Music");
   FS_ensure_dirs(vona::fixed_path("/tmp/mnt/D/Backup").c_str(), 0755);

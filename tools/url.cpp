@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "command.hpp"
+#include "url.hpp"
 #include "vonautil.h"
 
 namespace tool {
@@ -64,8 +65,9 @@ const Kind kKinds[] = {
     {"apk", playlist_is_apk_url},
 };
 
-// The kinds that hold for url, separated by blanks; "-" when none does.
-std::string kinds_of(const char* url) {
+}  // namespace
+
+std::string url_kinds(const char* url) {
   std::string names;
   for (const Kind& kind : kKinds) {
     if (kind.test(url)) names += (names.empty() ? "" : " ") + std::string(kind.name);
@@ -73,11 +75,13 @@ std::string kinds_of(const char* url) {
   return names.empty() ? "-" : names;
 }
 
+namespace {
+
 std::string text(str_seg seg) { return std::string(seg.start, seg.length > 0 ? seg.length : 0); }
 
 int run_classify(const std::vector<std::string>& args) {
   if (args.size() < 2) return usage_error("url", "classify takes at least one URL or file name");
-  for (size_t i = 1; i < args.size(); ++i) printf("%s: %s\n", args[i].c_str(), kinds_of(args[i].c_str()).c_str());
+  for (size_t i = 1; i < args.size(); ++i) printf("%s: %s\n", args[i].c_str(), url_kinds(args[i].c_str()).c_str());
   return kOk;
 }
 
@@ -116,7 +120,7 @@ void demo_paths_and_urls() {
   for (const char* name : {"Holiday 2019.MKV", "track01.flac", "IMG_0100.jpg", "201501020304.mp4", "favourites.m3u",
                            "http://cdn.example/live/index.m3u8?token=1", "udp://@239.0.0.1:1234",
                            "plugin_launcher://{id=radio}{title=Jazz \\{live\\}}", "readme.txt"}) {
-    printf("  %-50s %s\n", name, kinds_of(name).c_str());
+    printf("  %-50s %s\n", name, url_kinds(name).c_str());
   }
 
   printf("\nA brace URL carries its parameters as key/value pairs:\n");
