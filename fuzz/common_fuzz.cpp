@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_text.hpp"
 #include "vonautil.h"
 
 namespace {
@@ -23,9 +24,7 @@ bool reference_int(const char* s, int* value) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  char* text = (char*)malloc(size + 1);
-  if (size) memcpy(text, data, size);
-  text[size] = 0;
+  char* text = fuzz_text(data, size);
   size_t length = strlen(text);
 
   char* end;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_text.hpp"
 #include "vonautil.h"
 
 namespace {
@@ -16,9 +17,7 @@ int sign(int n) { return (n > 0) - (n < 0); }
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  char* text = (char*)malloc(size + 1);
-  if (size) memcpy(text, data, size);
-  text[size] = 0;
+  char* text = fuzz_text(data, size);
   size_t length = strlen(text);
 
   UTF32* wide = utf32_create_from_utf8(text);

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "player/src/util/mt/url_type.hpp"
+#include "fuzz_text.hpp"
 #include "vonautil.h"
 
 namespace {
@@ -54,9 +55,7 @@ void check_brace_pairs(const char* text, size_t length) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  char* text = (char*)malloc(size + 1);
-  if (size) memcpy(text, data, size);
-  text[size] = 0;
+  char* text = fuzz_text(data, size);
   size_t length = strlen(text);
 
   str_seg protocol, host, path;
