@@ -51,7 +51,7 @@ static void print_overview(FILE* out) {
           "Usage: vonautil COMMAND [ARGS...]\n"
           "The firmware utility library's jobs from a shell.\n\n"
           "Commands:\n");
-  for (const Command& command : commands()) fprintf(out, "  %-10s %s\n", command.name, command.summary);
+  for (const Command& command : commands()) fprintf(out, "  %-12s %s\n", command.name, command.summary);
   fprintf(out,
           "\n'vonautil COMMAND --help' explains a command.\n"
           "Exit status: 0 success, 1 a failed check, 2 bad usage.\n"

@@ -1,5 +1,5 @@
-/* Basic tools of the library: the assertion convention for programming errors, the
- * fatal-error exit, string segments, scalar parsers, in-place editing, tokenisers,
+/* Basic tools of the library: the assertion convention for programming errors, string
+ * segments, scalar parsers, in-place editing, tokenisers,
  * hexadecimal, natural orders, choice-string tables and animation interpolation. */
 #ifndef VONAUTIL_COMMON_H
 #define VONAUTIL_COMMON_H
