@@ -7,8 +7,8 @@
 #ifndef VONAUTIL_FIRMWARE_FILE_H
 #define VONAUTIL_FIRMWARE_FILE_H
 
-#include "player/src/util/mt/basic_string_array.h"
-#include "player/src/util/mt/export.h"
+#include "mt/basic_string_array.h"
+#include "mt/export.h"
 
 VONA_BEGIN_DECLS
 

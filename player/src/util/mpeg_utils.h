@@ -9,7 +9,7 @@
 #ifndef VONAUTIL_MPEG_UTILS_H
 #define VONAUTIL_MPEG_UTILS_H
 
-#include "player/src/util/mt/export.h"
+#include "mt/export.h"
 
 VONA_BEGIN_DECLS
 

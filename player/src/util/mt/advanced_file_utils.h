@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -7,7 +7,7 @@
 #ifndef VONAUTIL_AUTO_ENC_H
 #define VONAUTIL_AUTO_ENC_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 typedef struct auto_enc_stat {
   unsigned int letters;    /* ASCII letters seen */

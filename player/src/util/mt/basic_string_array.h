@@ -8,7 +8,7 @@
 #ifndef VONAUTIL_BASIC_STRING_ARRAY_H
 #define VONAUTIL_BASIC_STRING_ARRAY_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -7,8 +7,8 @@
 #ifndef VONAUTIL_BRACE_URL_H
 #define VONAUTIL_BRACE_URL_H
 
-#include "player/src/util/mt/common.h"
-#include "player/src/util/mt/export.h"
+#include "common.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -8,8 +8,8 @@
 #ifndef VONAUTIL_CHARSET_UTILS_H
 #define VONAUTIL_CHARSET_UTILS_H
 
-#include "player/src/util/mt/convert_utf.h"
-#include "player/src/util/mt/export.h"
+#include "convert_utf.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

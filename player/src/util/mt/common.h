@@ -4,7 +4,7 @@
 #ifndef VONAUTIL_COMMON_H
 #define VONAUTIL_COMMON_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -9,12 +9,12 @@
 #ifndef VONAUTIL_CONTAINER_UTILS_H
 #define VONAUTIL_CONTAINER_UTILS_H
 
-#include "player/src/util/mt/basic_string_array.h"
-#include "player/src/util/mt/containers.h"
-#include "player/src/util/mt/export.h"
-#include "player/src/util/mt/long_long_array.h"
-#include "player/src/util/mt/properties.h"
-#include "player/src/util/mt/string_builder.h"
+#include "basic_string_array.h"
+#include "containers.h"
+#include "export.h"
+#include "long_long_array.h"
+#include "properties.h"
+#include "string_builder.h"
 
 VONA_BEGIN_DECLS
 

@@ -12,7 +12,7 @@
 #ifndef VONAUTIL_CONTAINERS_H
 #define VONAUTIL_CONTAINERS_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

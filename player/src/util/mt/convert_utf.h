@@ -7,7 +7,7 @@
 #ifndef VONAUTIL_CONVERT_UTF_H
 #define VONAUTIL_CONVERT_UTF_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 typedef unsigned int UTF32;   /* one code point */
 typedef unsigned short UTF16; /* one UTF-16 unit */

@@ -4,7 +4,7 @@
 #ifndef VONAUTIL_CYCLIC_INT_ARRAY_H
 #define VONAUTIL_CYCLIC_INT_ARRAY_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

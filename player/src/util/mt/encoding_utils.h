@@ -10,8 +10,8 @@
 #ifndef VONAUTIL_ENCODING_UTILS_H
 #define VONAUTIL_ENCODING_UTILS_H
 
-#include "player/src/util/mt/convert_utf.h"
-#include "player/src/util/mt/export.h"
+#include "convert_utf.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -2,7 +2,7 @@
 #ifndef VONAUTIL_FATAL_ERROR_H
 #define VONAUTIL_FATAL_ERROR_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -16,8 +16,8 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
-#include "player/src/util/mt/basic_string_array.h"
-#include "player/src/util/mt/export.h"
+#include "basic_string_array.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -7,7 +7,7 @@
 #ifndef VONAUTIL_FIXED_PATH_H
 #define VONAUTIL_FIXED_PATH_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -5,7 +5,7 @@
 #ifndef VONAUTIL_FS_PATH_H
 #define VONAUTIL_FS_PATH_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

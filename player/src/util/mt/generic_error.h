@@ -4,8 +4,8 @@
 #ifndef VONAUTIL_GENERIC_ERROR_H
 #define VONAUTIL_GENERIC_ERROR_H
 
-#include "player/src/util/mt/basic_string_array.h"
-#include "player/src/util/mt/export.h"
+#include "basic_string_array.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -11,8 +11,8 @@
 
 #include <iconv.h>
 
-#include "player/src/util/mt/convert_utf.h"
-#include "player/src/util/mt/export.h"
+#include "convert_utf.h"
+#include "export.h"
 
 #define MAX_ICONV_ENCODINGS 4
 

@@ -14,7 +14,7 @@
 
 #include <stdarg.h>
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -3,8 +3,8 @@
 #ifndef VONAUTIL_LONG_LONG_ARRAY_H
 #define VONAUTIL_LONG_LONG_ARRAY_H
 
-#include "player/src/util/mt/basic_string_array.h"
-#include "player/src/util/mt/export.h"
+#include "basic_string_array.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

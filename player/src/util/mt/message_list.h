@@ -8,7 +8,7 @@
 
 #include <stdarg.h>
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 #define MAX_MESSAGE_LIST_COUNT 1000
 

@@ -3,7 +3,7 @@
 #ifndef VONAUTIL_PATH_ENCODING_H
 #define VONAUTIL_PATH_ENCODING_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -11,9 +11,9 @@
 #ifndef VONAUTIL_PATH_UTILS_H
 #define VONAUTIL_PATH_UTILS_H
 
-#include "player/src/util/mt/common.h"
-#include "player/src/util/mt/export.h"
-#include "player/src/util/mt/string_builder.h"
+#include "common.h"
+#include "export.h"
+#include "string_builder.h"
 
 VONA_BEGIN_DECLS
 

@@ -20,9 +20,9 @@
 
 #include <stdio.h>
 
-#include "player/src/util/mt/common.h"
-#include "player/src/util/mt/containers.h"
-#include "player/src/util/mt/export.h"
+#include "common.h"
+#include "containers.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

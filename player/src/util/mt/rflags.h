@@ -6,7 +6,7 @@
 #ifndef VONAUTIL_RFLAGS_H
 #define VONAUTIL_RFLAGS_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

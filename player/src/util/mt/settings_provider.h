@@ -10,7 +10,7 @@
 #ifndef VONAUTIL_SETTINGS_PROVIDER_H
 #define VONAUTIL_SETTINGS_PROVIDER_H
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -11,8 +11,8 @@
 #ifndef VONAUTIL_STRING_BUILDER_H
 #define VONAUTIL_STRING_BUILDER_H
 
-#include "player/src/util/mt/common.h"
-#include "player/src/util/mt/export.h"
+#include "common.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

@@ -8,7 +8,7 @@
 
 #include <pthread.h>
 
-#include "player/src/util/mt/export.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 

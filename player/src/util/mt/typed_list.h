@@ -27,7 +27,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "player/src/util/mt/common.h"
+#include "common.h"
 
 /* The capacity that ensure_capacity grows a list of `capacity` slots to for `needed` items. */
 static inline int typed_list_grown_capacity(int capacity, int needed) {

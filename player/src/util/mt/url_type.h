@@ -8,9 +8,9 @@
 #ifndef VONAUTIL_URL_TYPE_H
 #define VONAUTIL_URL_TYPE_H
 
-#include "player/src/util/mt/common.h"
-#include "player/src/util/mt/export.h"
-#include "player/src/util/mt/properties.h"
+#include "common.h"
+#include "export.h"
+#include "properties.h"
 
 VONA_BEGIN_DECLS
 

@@ -11,8 +11,8 @@
 #ifndef VONAUTIL_URL_UTILS_H
 #define VONAUTIL_URL_UTILS_H
 
-#include "player/src/util/mt/common.h"
-#include "player/src/util/mt/export.h"
+#include "common.h"
+#include "export.h"
 
 VONA_BEGIN_DECLS
 
