@@ -57,4 +57,8 @@
 #include "player/src/util/firmware_file.h"
 #include "player/src/util/mpeg_utils.h"
 
+/* On-screen keyboard layouts */
+#include "player/src/util/on_screen_keyboard.h"
+#include "player/src/util/predefined_keyboards.h"
+
 #endif
