@@ -1,0 +1,74 @@
+#include <cstdlib>
+#include <string>
+
+#include "test_support.hpp"
+#include "vonautil.h"
+
+namespace {
+
+// The registry lives as long as the process, so each test asks for identifiers of its own.
+class PredefinedKeyboards : public test::SandboxTest {
+ protected:
+  PredefinedKeyboards() { test::make_dirs(sandbox.path("/firmware/on_screen_keyboards")); }
+  void install(const std::string& id, const std::string& text) {
+    test::write_file(sandbox.path("/firmware/on_screen_keyboards/vona_keyboard_" + id + ".txt"), text);
+  }
+  const std::string shipped_ru = test::read_file(std::string(VONAUTIL_DATA_DIR) + "/on_screen_keyboards/vona_keyboard_ru.txt");
+};
+
+TEST_F(PredefinedKeyboards, LoadsALanguageOnceAndKeepsIt) {
+  install("ru", shipped_ru);
+  testing::internal::CaptureStderr();
+  osk_layout* layout = get_predefined_osk_layout("ru");
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("] On-screen keyboard is successfully loaded for 'ru'\n"),
+            std::string::npos);
+  ASSERT_NE(layout, nullptr);
+  EXPECT_STREQ(layout->name, "Русская");
+  EXPECT_EQ(layout->cols_count, 15);
+  EXPECT_TRUE(layout->has_lang_key);
+  osk_layout_set_lang_key_hidden(layout, true);
+  install("ru", "changed on disk");
+  EXPECT_EQ(get_predefined_osk_layout("ru"), layout);
+  EXPECT_TRUE(layout->lang_key_hidden);
+}
+
+TEST_F(PredefinedKeyboards, MissingOrBrokenLayoutsAreNotReadAgain) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(get_predefined_osk_layout("missing"), nullptr);
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("] No on-screen keyboard is found for 'missing'\n"),
+            std::string::npos);
+  install("missing", shipped_ru);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(get_predefined_osk_layout("missing"), nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+
+  install("broken", "(en) (bs)\n[a");
+  testing::internal::CaptureStderr();
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(get_predefined_osk_layout("broken"), nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Layout:\n(en) (bs)\n[a\n");
+  EXPECT_NE(testing::internal::GetCapturedStderr().find(
+                "] Failed to parse on-screen keyboard for 'broken': ']' expected at row 1, col 1; char U+0000 found.\n"),
+            std::string::npos);
+  install("broken", shipped_ru);
+  EXPECT_EQ(get_predefined_osk_layout("broken"), nullptr);
+}
+
+// In a process of its own: the 200 identifiers fill the registry for good.
+TEST_F(PredefinedKeyboards, HoldsAtMostTwoHundredLanguages) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        install("ru", shipped_ru);
+        bool ok = get_predefined_osk_layout("ru") != nullptr;
+        for (int i = 1; i < 200; ++i) ok = ok && get_predefined_osk_layout(("x" + std::to_string(i)).c_str()) == nullptr;
+        install("el", shipped_ru);
+        ok = ok && get_predefined_osk_layout("el") == nullptr && get_predefined_osk_layout("ru") != nullptr;
+        exit(ok ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "\\] Warning: too many on-screen keyboards registered\n");
+  EXPECT_DEATH(get_predefined_osk_layout(nullptr),
+               test::assertion_report("player/src/util/predefined_keyboards", 0, "get_predefined_osk_layout", "id"));
+}
+
+}  // namespace
