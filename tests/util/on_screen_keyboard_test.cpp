@@ -1,7 +1,9 @@
 #include <glob.h>
 
+#include <algorithm>
+#include <cctype>
+
 #include <cstring>
-#include <regex>
 
 #include <string>
 #include <vector>
@@ -175,31 +177,43 @@ TEST(OnScreenKeyboard, ShippedLayoutsParseAndTheirDumpsParseBackEqual) {
 // A structural check of XML: one root element, tags closed in order, quoted attributes, only
 // the predefined entities, no control characters.
 bool well_formed_xml(const std::string& xml) {
-  static const std::regex entity("&(amp|lt|gt|quot|apos);");
-  static const std::regex tag_syntax(
-      R"((/?)([A-Za-z][\w:-]*)((?:\s+[\w:-]+="[^"<&]*(?:&(?:amp|lt|gt|quot|apos);[^"<&]*)*")*)\s*(/?))");
+  auto at = [&](size_t i) { return i < xml.size() ? xml[i] : '\0'; };
+  auto name = [&](size_t& i) {
+    size_t from = i;
+    while (isalnum((unsigned char)at(i)) || at(i) == '-' || at(i) == ':' || at(i) == '_') ++i;
+    return xml.substr(from, i - from);
+  };
+  auto text_ok = [&](size_t i) {
+    const char* entities[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
+    return at(i) != '<' && at(i) != '>' && ((unsigned char)at(i) >= 0x20 || at(i) == '\n') &&
+           (at(i) != '&' || std::any_of(std::begin(entities), std::end(entities),
+                                        [&](const char* e) { return xml.compare(i, strlen(e), e) == 0; }));
+  };
   std::vector<std::string> open;
   int roots = 0;
-  for (size_t i = xml.rfind("<?xml", 0) == 0 ? xml.find("?>") + 2 : 0; i < xml.size(); ++i) {
-    unsigned char c = xml[i];
-    if ((c < 0x20 && c != '\n') || c == '>') return false;
-    if (c == '&' && !std::regex_search(xml.cbegin() + i, xml.cend(), entity, std::regex_constants::match_continuous)) {
+  for (size_t i = xml.rfind("<?xml", 0) == 0 ? xml.find("?>") + 2 : 0; i < xml.size();) {
+    if (at(i) != '<') {
+      if (!text_ok(i++)) return false;
+      continue;
+    }
+    bool closing = at(++i) == '/';
+    i += closing;
+    std::string tag = name(i);
+    if (tag.empty() || (closing && (open.empty() || open.back() != tag)) || (!closing && open.empty() && roots++)) {
       return false;
     }
-    if (c != '<') continue;
-    size_t end = xml.find('>', i);
-    std::smatch m;
-    std::string tag = xml.substr(i + 1, end == std::string::npos ? 0 : end - i - 1);
-    if (end == std::string::npos || !std::regex_match(tag, m, tag_syntax)) return false;
-    i = end;
-    if (m[1].length() > 0) {
-      if (open.empty() || open.back() != m[2] || m[3].length() > 0 || m[4].length() > 0) return false;
-      open.pop_back();
-    } else if (open.empty() && roots++ > 0) {
-      return false;
-    } else if (m[4].length() == 0) {
-      open.push_back(m[2]);
+    while (!closing && at(i) == ' ') {  // attributes: NAME="VALUE"
+      if (name(++i).empty() || at(i) != '=' || at(i + 1) != '"') return false;
+      for (i += 2; at(i) != '"'; ++i) {
+        if (!text_ok(i)) return false;
+      }
+      ++i;
     }
+    bool empty = !closing && at(i) == '/';
+    if (at(i += empty) != '>') return false;
+    ++i;
+    if (closing) open.pop_back();
+    else if (!empty) open.push_back(tag);
   }
   return roots == 1 && open.empty();
 }
