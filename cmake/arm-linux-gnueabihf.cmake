@@ -8,6 +8,9 @@ set(VONAUTIL_TARGET_TRIPLE arm-linux-gnueabihf)
 
 set(CMAKE_C_COMPILER ${VONAUTIL_TARGET_TRIPLE}-gcc)
 set(CMAKE_CXX_COMPILER ${VONAUTIL_TARGET_TRIPLE}-g++)
+# GCC notes on every std::pair<..., long long> argument that its passing changed in GCC 7.1;
+# the whole build uses one compiler, so that does not concern it.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 # Libraries, CMake packages and pkg-config files of the target come from the multiarch folders.
 set(CMAKE_LIBRARY_ARCHITECTURE ${VONAUTIL_TARGET_TRIPLE})
 set(ENV{PKG_CONFIG_LIBDIR} "/usr/lib/${VONAUTIL_TARGET_TRIPLE}/pkgconfig:/usr/share/pkgconfig")
