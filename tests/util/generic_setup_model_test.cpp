@@ -138,7 +138,6 @@ TEST(GenericSetupModel, SingleSettingValues) {
   EXPECT_EQ(held, label);
   gsetup_setting_set_value_by_string(t, nullptr, 0);
   EXPECT_STREQ("none", label);
-  EXPECT_NE(t->data.text.default_value, label);  // a copy of the default
   free(t->data.text.default_value);
   t->data.text.default_value = nullptr;  // without a default, null empties the variable
   gsetup_setting_set_value_by_string(t, nullptr, 0);
