@@ -4,14 +4,9 @@
 #include "test_support.hpp"
 #include "vonautil.h"
 
-namespace {
+using test::captured_stderr;
 
-template <typename F>
-std::string captured_stderr(F&& f) {
-  testing::internal::CaptureStderr();
-  f();
-  return testing::internal::GetCapturedStderr();
-}
+namespace {
 
 class Translation : public test::SandboxTest {
  protected:

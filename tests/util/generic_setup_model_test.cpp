@@ -9,19 +9,13 @@
 #include "test_support.hpp"
 #include "vonautil.h"
 
+using test::captured_stdout;
+
 namespace {
 
 const char* output_choice(int value) {
   static const char* const kChoices[] = {"hdmi", "composite", "component"};
   return value >= 0 && value < 3 ? kChoices[value] : nullptr;
-}
-
-template <typename F>
-std::string captured_stdout(F&& f) {
-  testing::internal::CaptureStdout();
-  f();
-  fflush(stdout);
-  return testing::internal::GetCapturedStdout();
 }
 
 // What the setup model writes into a new container, as file text; saved atomically to path if given.
