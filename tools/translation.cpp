@@ -165,7 +165,7 @@ void demo_translation() {
   write(broken, "menu_setup = Einstellungen\nfree_space__1 = frei\n");
   printf("\n$ vonautil translation check german_broken.txt --reference %s.txt\n", language.c_str());
   printf("exit status %d\n", check_file(broken, english, stdout));
-  T_free_translation(shell);
+  // The process-wide translation stays for the life of the process, as the shell's does.
 }
 
 TOOL_DEMO_STEP(42, "Translations: loading, plug-in texts, per-thread lookups and checking", demo_translation);

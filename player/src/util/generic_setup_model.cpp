@@ -48,7 +48,6 @@ Registry& registry() {
 
 // A new setting of the type, unless the id is taken (then null, after a warning).
 setup_setting* declare(const char* id, int type) {
-  MY_ASSERT(id);
   Registry& r = registry();
   if (object_by_string_map_contains_key(r.index, id)) {
     printf("[setup] Warning: setting '%s' duplicated; ignored", id);
@@ -109,6 +108,7 @@ int gsetup_apply_setting(apply_setting_handler*, const char* name, const char* v
 void generic_setup_model_add_setting_enum(const char* id, int* value_ptr, int default_value, int omit_when_default,
                                           choice_string_func get_string_by_value_func) {
   MY_ASSERT(get_string_by_value_func);
+  MY_ASSERT(id);
   setup_setting* setting = declare(id, GSETUP_SETTING_ENUM);
   if (setting) setting->data.enumeration = {value_ptr, default_value, omit_when_default, get_string_by_value_func};
 }
