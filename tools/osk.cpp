@@ -1,5 +1,7 @@
 // vonautil osk: checks, dumps and draws on-screen keyboard layouts for the people who write them.
 #include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -323,8 +325,15 @@ void demo_osk() {
   FS_writestring(broken_path.c_str(), text.c_str());
   printf("\nA copy with the ']' of [Ъъ] deleted:\n$ vonautil osk check vona_keyboard_ru.txt vona_keyboard_ru_broken.txt\n");
   fflush(stdout);
-  int status = run_osk({"check", target + "/vona_keyboard_ru.txt", broken_path});
+  // Run from the layouts' folder, so that the messages name the files as the command line does.
+  int cwd = open(".", O_RDONLY | O_DIRECTORY);
+  int status = chdir(target.c_str()) == 0 ? run_osk({"check", "vona_keyboard_ru.txt", "vona_keyboard_ru_broken.txt"})
+                                          : run_osk({"check", target + "/vona_keyboard_ru.txt", broken_path});
   fflush(stderr);
+  if (cwd >= 0) {
+    if (fchdir(cwd) != 0) perror("fchdir");
+    close(cwd);
+  }
   printf("exit status %d\n", status);
 
   std::string svg = vona::fixed_path("/ru.svg");
