@@ -40,7 +40,6 @@ class SimpleIpcServer : public test::SandboxTest {
 
 TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
   simple_ipc_server* server = simple_ipc_server_create("storage_manager");
-  EXPECT_STREQ("storage_manager", server->server_id);
   EXPECT_EQ(dir, server->dir_path);
   EXPECT_NE(0, simple_ipc_server_get_mtime(server));
   std::string long_name(130, 'n');
@@ -56,12 +55,10 @@ TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
 
   ASSERT_EQ(2, simple_ipc_server_get_num_requests(server));
   simple_ipc_request* request = simple_ipc_server_get_request(server, 0);
-  EXPECT_STREQ("disk_space_usage.42-7", request->id);
-  EXPECT_STREQ("disk_space_usage", request->name);
-  EXPECT_EQ(42, request->client_process_id);
-  EXPECT_EQ(7, request->counter);
-  EXPECT_EQ(1000, request->time);
-  EXPECT_STREQ("/tmp/mnt/D", properties_get(request->parameters, "path"));
+  EXPECT_EQ("disk_space_usage.42-7 disk_space_usage 42 7 1000 /tmp/mnt/D",
+            std::string(request->id) + " " + request->name + " " + std::to_string(request->client_process_id) + " " +
+                std::to_string(request->counter) + " " + std::to_string(request->time) + " " +
+                properties_get_str(request->parameters, "path", "?"));
   EXPECT_NE(nullptr, request->parameters->index);
   EXPECT_EQ(long_name.substr(0, 127), simple_ipc_server_get_request(server, 1)->name);
   EXPECT_EQ(long_name + ".5-8", simple_ipc_server_get_request(server, 1)->id);
@@ -70,10 +67,10 @@ TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
   EXPECT_LOGGED(log, "] [simple_ipc_server] Error: invalid cmd file format: bad.12.cmd; ignored\n");
   EXPECT_LOGGED(log, "] [simple_ipc_server] Error: read_file(" + file("dir.1-2.cmd") + ") failed: ");
   EXPECT_EQ(5, std::count(log.begin(), log.end(), '\n')) << log;  // nothing about the other files
-  EXPECT_NE(0, access(file("disk_space_usage.42-7.cmd").c_str(), F_OK));
-  for (const char* name : {"x.cmd", "bad.12.cmd", "a.b", "foo.res", "cmd", "q.1-1.cmd.tmp", "dir.1-2.cmd"}) {
-    EXPECT_EQ(0, access(file(name).c_str(), F_OK)) << name;
-  }
+  string_array* left = FS_scandir(dir.c_str());
+  string_array_sort(left);
+  EXPECT_EQ("a.b bad.12.cmd cmd dir.1-2.cmd foo.res q.1-1.cmd.tmp x.cmd", test::take_string(string_array_join(left, " ", 0, -1)));
+  string_array_free(left);
   EXPECT_DEATH(simple_ipc_server_get_request(server, 2),
                test::assertion_report("player/src/util/simple_ipc_server", 0, "simple_ipc_server_get_request",
                                       "ndx < ipc->requests->num_items"));
@@ -122,24 +119,19 @@ TEST_F(SimpleIpcServer, ServesClientsByTheirFirstRequestAndEachInSendingOrder) {
 }
 
 TEST(SimpleIpcResponse, CarriesItsStatusByName) {
-  struct {
-    properties* response;
-    const char* text;
-  } cases[] = {{simple_ipc_server_create_ok_response(), "status = ok\n"},
-               {simple_ipc_server_create_pending_response(), "status = pending\n"},
-               {simple_ipc_server_create_response(SIMPLE_IPC_STATUS_TIMED_OUT), "status = timed_out\n"},
-               {simple_ipc_server_create_response((simple_ipc_status)9), "status = \n"},
-               {simple_ipc_server_create_err_response("disk busy"), "status = pending\nerrdesc = disk busy\n"}};
-  for (auto& c : cases) {
-    EXPECT_EQ(c.text, test::take_string(properties_save_to_buffer(c.response)));
-    properties_free(c.response);
-  }
+  properties* responses[] = {simple_ipc_server_create_ok_response(), simple_ipc_server_create_pending_response(),
+                             simple_ipc_server_create_response(SIMPLE_IPC_STATUS_TIMED_OUT),
+                             simple_ipc_server_create_response((simple_ipc_status)9),
+                             simple_ipc_server_create_err_response("disk busy")};
+  std::string texts;
+  for (properties* response : responses) texts += test::take_string(properties_save_to_buffer(response)) + ";";
+  for (properties* response : responses) properties_free(response);
+  EXPECT_EQ("status = ok\n;status = pending\n;status = timed_out\n;status = \n;status = pending\nerrdesc = disk busy\n;",
+            texts);
 }
 
 // One server process and many client processes, each keeping a few requests in flight.
-const int kClients = 20;
-const int kRequestsPerClient = 500;
-const int kInFlight = 12;
+const int kClients = 20, kRequestsPerClient = 500, kInFlight = 12;
 const long long kGiveUpAfterUs = 300LL * 1000000;
 
 long long now_us() {
@@ -148,27 +140,29 @@ long long now_us() {
   return now.tv_sec * 1000000LL + now.tv_nsec / 1000;
 }
 
-// Large enough that a file read before its last write would be caught.
-std::string payload(int client, int n) { return std::string(2000 + n % 97, (char)('a' + (client + n) % 26)) + "|"; }
+// Large enough that a file read before its last write would show; "end" is written last.
+std::string payload(int client, int n) { return std::string(2000 + n % 97, (char)('a' + (client + n) % 26)); }
+
+bool whole(const properties* p, int client, int n) {
+  return properties_get_int(p, "client", -1) == client && properties_get_int(p, "n", -1) == n &&
+         payload(client, n) == properties_get_str(p, "payload", "") && properties_get(p, "end") != nullptr;
+}
 
 // Answers every request once, echoing it with the order in which it was served. Exit status:
 // 0 all answered, 1 gave up, 2 a request seen twice, 3 a request read incomplete.
 int run_server(int total) {
   simple_ipc_server* server = simple_ipc_server_create("load");
   std::set<std::string> seen;
-  int served = 0;
-  for (long long start = now_us(); served < total; usleep(200)) {
+  for (long long start = now_us(), served = 0; served < total; usleep(200)) {
     if (now_us() - start > kGiveUpAfterUs) return 1;
-    simple_ipc_server_look_for_new_requests(server);
-    while (simple_ipc_server_get_num_requests(server) > 0) {
+    for (simple_ipc_server_look_for_new_requests(server); simple_ipc_server_get_num_requests(server) > 0;) {
       simple_ipc_request* request = simple_ipc_server_get_request(server, 0);
       const properties* p = request->parameters;
-      int client = properties_get_int(p, "client", -1), n = properties_get_int(p, "n", -1);
       if (!seen.insert(request->id).second) return 2;
-      if (payload(client, n) != properties_get_str(p, "payload", "") || properties_get(p, "end") == nullptr) return 3;
+      if (!whole(p, properties_get_int(p, "client", -1), properties_get_int(p, "n", -1))) return 3;
       properties* response = simple_ipc_server_create_ok_response();
       properties_set_all(response, p);
-      properties_set_int(response, "served", ++served);
+      properties_set_long_long(response, "served", ++served);
       simple_ipc_server_finish_request(server, request, response);
       properties_free(response);
     }
@@ -177,47 +171,42 @@ int run_server(int total) {
   return 0;
 }
 
-// Sends its requests and collects each answer in sending order. Exit status: 0 all answered
+// Sends its requests and takes each answer in sending order. Exit status: 0 all answered
 // in order, 1 gave up, 4 a send failed, 5 an answer incomplete or not its own, 6 out of order.
 int run_client(int client) {
   simple_ipc* ipc = simple_ipc_create_and_connect("load");
   std::deque<std::pair<int, std::string>> in_flight;
-  int sent = 0, last_served = 0;
-  for (long long start = now_us(); sent < kRequestsPerClient || !in_flight.empty();) {
+  long long last_served = 0;
+  for (long long start = now_us(), sent = 0; sent < kRequestsPerClient || !in_flight.empty();) {
     if (now_us() - start > kGiveUpAfterUs) return 1;
     if (sent < kRequestsPerClient && (int)in_flight.size() < kInFlight) {
       properties* p = properties_create_empty();
       properties_set_int(p, "client", client);
-      properties_set_int(p, "n", sent);
-      properties_set(p, "payload", payload(client, sent).c_str());
+      properties_set_int(p, "n", (int)sent);
+      properties_set(p, "payload", payload(client, (int)sent).c_str());
       properties_set(p, "end", "yes");
       char id[SIMPLE_IPC_MAX_ID_SIZE];
       bool ok = simple_ipc_send_request(ipc, "load", p, id);
       properties_free(p);
       if (!ok) return 4;
-      in_flight.emplace_back(sent++, id);
-      continue;
-    }
-    properties* answer = simple_ipc_try_get_response(ipc, in_flight.front().second.c_str());
-    if (answer == nullptr) {
+      in_flight.emplace_back((int)sent++, id);
+    } else if (properties* answer = simple_ipc_try_get_response(ipc, in_flight.front().second.c_str())) {
+      bool ok = whole(answer, client, in_flight.front().first);
+      long long served = properties_get_long_long(answer, "served", 0);
+      properties_free(answer);
+      if (!ok) return 5;
+      if (served <= last_served) return 6;
+      last_served = served;
+      in_flight.pop_front();
+    } else {
       usleep(2000);
-      continue;
     }
-    int n = in_flight.front().first, served = properties_get_int(answer, "served", 0);
-    bool whole = properties_get_int(answer, "client", -1) == client && properties_get_int(answer, "n", -1) == n &&
-                 payload(client, n) == properties_get_str(answer, "payload", "") &&
-                 properties_get(answer, "end") != nullptr;
-    properties_free(answer);
-    if (!whole) return 5;
-    if (served <= last_served) return 6;
-    last_served = served;
-    in_flight.pop_front();
   }
   simple_ipc_disconnect_and_destroy(ipc);
   return 0;
 }
 
-// Runs `body` in a child process with its log silenced; the child's exit status is body's.
+// Runs `body` in a child process with its output silenced and returns the child's id.
 template <class Body>
 pid_t spawn(Body body) {
   pid_t pid = fork();

@@ -33,21 +33,14 @@ TEST_F(TopLevelCommand, PublishesThroughATemporaryFile) {
   EXPECT_NE(0, access((path + ".tmp").c_str(), F_OK));
   EXPECT_TRUE(top_level_command_is_set());
 
-  std::string file = sandbox.path("/cmd.properties");
-  EXPECT_EQ(0, top_level_command_set_from_internal_file(file.c_str()));
-  test::write_file(file, "plugin_name = web\n");
-  EXPECT_EQ(1, top_level_command_set_from_internal_file(file.c_str()));
-  EXPECT_EQ("plugin_name = web\n", published());
-
-  std::string fconfig = sandbox.path("/fconfig/vendor_top_level_command.properties");
-  std::string firmware = sandbox.path("/firmware/config/vendor_top_level_command.properties");
+  // The vendor file of the factory data wins over the firmware's.
   EXPECT_EQ(0, top_level_command_set_from_vendor_file());
   test::make_dirs(sandbox.path("/firmware/config"));
-  test::write_file(firmware, "from = firmware\n");
+  test::write_file(sandbox.path("/firmware/config/vendor_top_level_command.properties"), "from = firmware\n");
   EXPECT_EQ(1, top_level_command_set_from_vendor_file());
   EXPECT_EQ("from = firmware\n", published());
   test::make_dirs(sandbox.path("/fconfig"));
-  test::write_file(fconfig, "from = fconfig\n");
+  test::write_file(sandbox.path("/fconfig/vendor_top_level_command.properties"), "from = fconfig\n");
   EXPECT_EQ(1, top_level_command_set_from_vendor_file());
   EXPECT_EQ("from = fconfig\n", published());
 
@@ -57,10 +50,7 @@ TEST_F(TopLevelCommand, PublishesThroughATemporaryFile) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, top_level_command_set(command("a = 1\n")));
   EXPECT_FALSE(top_level_command_is_set());
-  rmdir((path + "/busy").c_str());
-  rmdir(path.c_str());
-  unlink((path + ".tmp").c_str());
-  rmdir(sandbox.path("/tmp/run").c_str());
+  FS_remove_recursively_if_exists(sandbox.path("/tmp/run").c_str());
   EXPECT_EQ(0, top_level_command_set(command("a = 1\n")));
   std::string log = testing::internal::GetCapturedStderr();
   EXPECT_LOGGED(log, "] [top_level_command] rename(" + path + ".tmp, " + path + ") failed: ");
@@ -75,7 +65,6 @@ TEST_F(TopLevelCommand, RemoteKeysPublishTheirCommands) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, top_level_command_cleanup());
   EXPECT_LOGGED(testing::internal::GetCapturedStderr(), "] [top_level_command] CLEANUP command\n");
-  EXPECT_EQ(0, top_level_command_cleanup());
   for (int key : {100, 209, 226}) EXPECT_EQ(0, top_level_command_set_for_rmkey(key)) << key;
   EXPECT_FALSE(pending());
   rflags_set_ktv_vod_enabled(1);
