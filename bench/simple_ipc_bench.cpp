@@ -18,6 +18,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "quiet_stderr.hpp"
 #include "vonautil.h"
 
 namespace {
@@ -43,25 +44,6 @@ const std::string& ipc_dir() {
   static const std::string dir = root.dir + "/tmp/run/ipc__bench";
   return dir;
 }
-
-// Standard error goes to /dev/null while it lives.
-class QuietStderr {
- public:
-  QuietStderr() : saved_(dup(2)) {
-    fflush(stderr);
-    int null = open("/dev/null", O_WRONLY);
-    dup2(null, 2);
-    close(null);
-  }
-  ~QuietStderr() {
-    fflush(stderr);
-    dup2(saved_, 2);
-    close(saved_);
-  }
-
- private:
-  int saved_;
-};
 
 const char kRequestText[] = "type = smb\nserver = 192.0.2.4\ndir = Movies\nowner = shell\n";
 
