@@ -145,7 +145,8 @@ TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerAndJudgesItsStatus) {
   // Without a server the deadline ends the wait, with a heartbeat on every poll, and only
   // for the thread that installed it.
   heartbeats = 0;
-  properties* response = properties_create_empty();
+  properties not_set{};
+  properties* response = &not_set;
   testing::internal::CaptureStderr();
   EXPECT_EQ(SIMPLE_IPC_STATUS_TIMED_OUT, vona::simple_ipc_exchange(client, "[storage_ipc]", "eject", nullptr,
                                                                    &response, vona::SimpleIpcWait{300000, 10000}));

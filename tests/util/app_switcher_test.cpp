@@ -66,6 +66,7 @@ TEST_F(AppSwitcher, SavesBlocksAndReadsThemBack) {
   EXPECT_EQ("[app_switcher] failed to open_write '" + path + ".tmp': Is a directory",
             testing::internal::GetCapturedStderr());
   EXPECT_EQ("kept", listed());
+  app_switcher_cmd_free(nullptr);
   EXPECT_DEATH(app_switcher_cmd_create(nullptr, nullptr),
                test::assertion_report("player/src/util/app_switcher", 0, "app_switcher_cmd_create", "name"));
 }
@@ -81,7 +82,6 @@ TEST_F(AppSwitcher, LoadingStopsAtAnEmptyLineWithoutAName) {
       {"a\n\n\nb\n\n", "a"},
       {"a\n \t\n\nb\n", "a"},
       // Only the first 131072 bytes are read.
-      {"a\n" + std::string(131066, 'x') + "\n\nb\n\n", "a(" + std::string(131066, 'x') + ") b"},
       {"a\n" + std::string(131068, 'x') + "\n\nb\n\n", "a(" + std::string(131068, 'x') + ")"},
       {"a\n" + std::string(131071, 'x') + "\n\nb\n\n", "a(" + std::string(131070, 'x') + ")"},
   };

@@ -75,6 +75,7 @@ TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
                test::assertion_report("player/src/util/simple_ipc_server", 0, "simple_ipc_server_get_request",
                                       "ndx < ipc->requests->num_items"));
   simple_ipc_server_free(server);
+  simple_ipc_server_free(nullptr);
   test::write_file(sandbox.path("/tmp/run/ipc__blocked"), "");
   EXPECT_EXIT((dup2(2, 1), simple_ipc_server_create("blocked/x")), testing::ExitedWithCode(1),
               "### FATAL ERROR: \\[simple_ipc_server\\] failed to ensure_dir\\(.*/tmp/run/ipc__blocked/x\\): Not a "
