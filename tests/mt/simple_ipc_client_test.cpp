@@ -1,3 +1,4 @@
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -166,6 +167,26 @@ TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerAndJudgesItsStatus) {
   std::string log = testing::internal::GetCapturedStderr();
   EXPECT_LOGGED(log, "] [storage_ipc] command 'eject' failed: ipc not opened\n");
   EXPECT_LOGGED(log, "] [storage_ipc] failed to send request 'eject'\n");
+}
+
+TEST_F(SimpleIpcClient, ToolServesAndSendsWithTheStatusAsExitStatus) {
+  for (const char* status : {"ok", "busy"}) {
+    pid_t server = fork();
+    if (server == 0) {
+      freopen("/dev/null", "w", stderr);
+      execl(VONAUTIL_TOOL, "vonautil", "ipc", "serve", "player", "--status", status, (char*)nullptr);
+      _exit(127);
+    }
+    std::string out;
+    EXPECT_EQ(strcmp(status, "ok") == 0 ? 0 : 1, test::run_tool("ipc send player mount id=3 dir=/a", &out));
+    EXPECT_EQ("status = " + std::string(status), out.substr(0, out.find('\n')));
+    kill(server, SIGTERM);
+    int exit_status = -1;
+    waitpid(server, &exit_status, 0);
+    EXPECT_TRUE(WIFEXITED(exit_status) && WEXITSTATUS(exit_status) == 0);
+  }
+  EXPECT_EQ(1, test::run_tool("ipc send nobody mount"));
+  EXPECT_EQ(2, test::run_tool("ipc send player mount novalue"));
 }
 
 }  // namespace
