@@ -43,6 +43,15 @@
 #include "player/src/util/mt/settings_provider.h"
 #include "player/src/util/mt/path_encoding.h"
 
+/* Translations and the text managers */
+#include "player/src/util/mt/translation.h"
+#include "player/src/util/mt/text_manager_mt.h"
+#include "player/src/util/text_manager.h"
+
+/* The generic setup model and the apply-setting handlers */
+#include "player/src/util/apply_setting_handler.h"
+#include "player/src/util/generic_setup_model.h"
+
 /* Files, paths and URLs */
 #include "player/src/util/mt/path_utils.h"
 #include "player/src/util/mt/fs_path.h"
