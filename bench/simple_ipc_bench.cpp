@@ -27,7 +27,8 @@ namespace {
 struct Root {
   std::string dir;
   Root() {
-    std::string pattern = access("/dev/shm", W_OK) == 0 ? "/dev/shm/vonautil-bench-XXXXXX" : "/tmp/vonautil-bench-XXXXXX";
+    std::string pattern = access("/dev/shm", W_OK) == 0 ? "/dev/shm/vonautil-bench-XXXXXX"
+                                                         : "/tmp/vonautil-bench-XXXXXX";
     if (mkdtemp(&pattern[0]) == nullptr) return;
     dir = pattern;
     setenv("VONAUTIL_ROOT", dir.c_str(), 1);

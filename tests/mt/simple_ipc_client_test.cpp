@@ -47,9 +47,7 @@ void count_heartbeat() { ++heartbeats; }
 TEST_F(SimpleIpcClient, SendsRequestFilesAndTakesTheirAnswers) {
   ASSERT_NE(nullptr, client);
   EXPECT_EQ(dir, client->dir_path);
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(nullptr, simple_ipc_create_and_connect("nobody"));
-  EXPECT_LOGGED(testing::internal::GetCapturedStderr(),
+  EXPECT_LOGGED(test::captured_stderr([] { EXPECT_EQ(nullptr, simple_ipc_create_and_connect("nobody")); }),
                 "] [simple_ipc_client] failed to connect to server 'nobody': dir not exist\n");
   EXPECT_DEATH(simple_ipc_create_and_connect(nullptr),
                test::assertion_report("player/src/util/mt/simple_ipc_client", 0, "simple_ipc_create", "server_id"));
@@ -100,9 +98,7 @@ TEST_F(SimpleIpcClient, RemovingOldResponsesTakesEveryClientsAnswers) {
   EXPECT_TRUE(exists("res") && exists("b.1-2.res.tmp") && exists("c.2-1.cmd") && exists(std::string(my_id) + ".cmd"));
   simple_ipc_disconnect_and_destroy(other);
   FS_remove_recursively_if_exists(dir.c_str());
-  testing::internal::CaptureStderr();
-  simple_ipc_remove_all_responses(client);
-  EXPECT_LOGGED(testing::internal::GetCapturedStderr(),
+  EXPECT_LOGGED(test::captured_stderr([&] { simple_ipc_remove_all_responses(client); }),
                 "[simple_ipc_client] scandir(" + dir + ") failed: No such file or directory\n");
 }
 

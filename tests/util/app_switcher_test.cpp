@@ -42,9 +42,8 @@ TEST_F(AppSwitcher, SavesBlocksAndReadsThemBack) {
   app_switcher_save_cmd_list();
   EXPECT_EQ("browser\n\nmedia\n--url\nx y\n\ncut\n\nafter\n\n", test::read_file(path));
   EXPECT_NE(0, access((path + ".tmp").c_str(), F_OK));
-  testing::internal::CaptureStdout();
-  app_switcher_load_cmd_list();  // the empty argument ends its command
-  EXPECT_EQ("[app_switcher] 4 commands loaded\n", testing::internal::GetCapturedStdout());
+  // The empty argument ends its command.
+  EXPECT_EQ("[app_switcher] 4 commands loaded\n", test::captured_stdout(app_switcher_load_cmd_list));
   EXPECT_EQ("browser media(--url,x y) cut after", listed());
 
   app_switcher_clear_and_save_cmd_list();
@@ -55,16 +54,12 @@ TEST_F(AppSwitcher, SavesBlocksAndReadsThemBack) {
   app_switcher_add_last_cmd("kept", nullptr);
   unlink(path.c_str());
   test::make_dirs(path + "/busy");
-  testing::internal::CaptureStderr();
-  app_switcher_save_cmd_list();
   EXPECT_EQ("[app_switcher] rename '" + path + ".tmp' to '" + path + "' failed: Is a directory",
-            testing::internal::GetCapturedStderr());
+            test::captured_stderr(app_switcher_save_cmd_list));
   unlink((path + ".tmp").c_str());
   test::make_dirs(path + ".tmp/busy");
-  testing::internal::CaptureStderr();
-  app_switcher_save_cmd_list();
   EXPECT_EQ("[app_switcher] failed to open_write '" + path + ".tmp': Is a directory",
-            testing::internal::GetCapturedStderr());
+            test::captured_stderr(app_switcher_save_cmd_list));
   EXPECT_EQ("kept", listed());
   app_switcher_cmd_free(nullptr);
   EXPECT_DEATH(app_switcher_cmd_create(nullptr, nullptr),
@@ -87,16 +82,12 @@ TEST_F(AppSwitcher, LoadingStopsAtAnEmptyLineWithoutAName) {
   };
   for (const auto& c : cases) {
     test::write_file(path, c.text);
-    testing::internal::CaptureStdout();
-    app_switcher_load_cmd_list();
-    testing::internal::GetCapturedStdout();
+    test::captured_stdout(app_switcher_load_cmd_list);
     EXPECT_EQ(c.commands, listed()) << c.text.substr(0, 20);
   }
   unlink(path.c_str());
   app_switcher_add_last_cmd("stale", nullptr);
-  testing::internal::CaptureStdout();
-  app_switcher_load_cmd_list();
-  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("", test::captured_stdout(app_switcher_load_cmd_list));
   EXPECT_EQ("", listed());
 }
 

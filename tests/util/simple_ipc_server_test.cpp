@@ -69,7 +69,8 @@ TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
   EXPECT_EQ(5, std::count(log.begin(), log.end(), '\n')) << log;  // nothing about the other files
   string_array* left = FS_scandir(dir.c_str());
   string_array_sort(left);
-  EXPECT_EQ("a.b bad.12.cmd cmd dir.1-2.cmd foo.res q.1-1.cmd.tmp x.cmd", test::take_string(string_array_join(left, " ", 0, -1)));
+  EXPECT_EQ("a.b bad.12.cmd cmd dir.1-2.cmd foo.res q.1-1.cmd.tmp x.cmd",
+            test::take_string(string_array_join(left, " ", 0, -1)));
   string_array_free(left);
   EXPECT_DEATH(simple_ipc_server_get_request(server, 2),
                test::assertion_report("player/src/util/simple_ipc_server", 0, "simple_ipc_server_get_request",
@@ -114,7 +115,7 @@ TEST_F(SimpleIpcServer, ServesClientsByTheirFirstRequestAndEachInSendingOrder) {
   EXPECT_NE(0, access(file("ghost.1-1.res").c_str(), F_OK));
   EXPECT_LOGGED(log, "] [simple_ipc_server] finished request 'eject.100-3' (with_response=yes)\n");
   EXPECT_LOGGED(log, "] [simple_ipc_server] finished request 'reset_names.200-1' (with_response=no)\n");
-  EXPECT_LOGGED(log, "] [simple_ipc_server] Error: failed to finished request; request 'ghost.1-1' not found in list\n");
+  EXPECT_LOGGED(log, "[simple_ipc_server] Error: failed to finished request; request 'ghost.1-1' not found in list\n");
   properties_free(response);
   simple_ipc_server_free(server);
 }
@@ -127,8 +128,9 @@ TEST(SimpleIpcResponse, CarriesItsStatusByName) {
   std::string texts;
   for (properties* response : responses) texts += test::take_string(properties_save_to_buffer(response)) + ";";
   for (properties* response : responses) properties_free(response);
-  EXPECT_EQ("status = ok\n;status = pending\n;status = timed_out\n;status = \n;status = pending\nerrdesc = disk busy\n;",
-            texts);
+  EXPECT_EQ(
+      "status = ok\n;status = pending\n;status = timed_out\n;status = \n;status = pending\nerrdesc = disk busy\n;",
+      texts);
 }
 
 // One server process and many client processes, each keeping a few requests in flight.

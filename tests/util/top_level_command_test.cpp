@@ -26,10 +26,9 @@ properties* command(const char* text) {
 }
 
 TEST_F(TopLevelCommand, PublishesThroughATemporaryFile) {
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(1, top_level_command_set(command("cmd_name = launch\nurl = x\n")));
-  EXPECT_LOGGED(testing::internal::GetCapturedStderr(), "] [top_level_command] SET command\n");
-  EXPECT_EQ("cmd_name = launch\nurl = x\n", published());
+  std::string set = test::captured_stderr([] { EXPECT_EQ(1, top_level_command_set(command("cmd = x\nurl = y\n"))); });
+  EXPECT_LOGGED(set, "] [top_level_command] SET command\n");
+  EXPECT_EQ("cmd = x\nurl = y\n", published());
   EXPECT_NE(0, access((path + ".tmp").c_str(), F_OK));
   EXPECT_TRUE(top_level_command_is_set());
 
@@ -62,9 +61,8 @@ TEST_F(TopLevelCommand, RemoteKeysPublishTheirCommands) {
   EXPECT_EQ("cmd_name = launch_ktv\nmode = tv\n", published());
   EXPECT_EQ(1, top_level_command_set_for_rmkey(225));
   EXPECT_EQ("plugin_name = shell_ext\nplugin_ep_media_url = recent\nplugin_action_id = recent\n", published());
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(0, top_level_command_cleanup());
-  EXPECT_LOGGED(testing::internal::GetCapturedStderr(), "] [top_level_command] CLEANUP command\n");
+  EXPECT_LOGGED(test::captured_stderr([] { EXPECT_EQ(0, top_level_command_cleanup()); }),
+                "] [top_level_command] CLEANUP command\n");
   for (int key : {100, 209, 226}) EXPECT_EQ(0, top_level_command_set_for_rmkey(key)) << key;
   EXPECT_FALSE(pending());
   rflags_set_ktv_vod_enabled(1);

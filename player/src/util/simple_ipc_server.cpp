@@ -163,7 +163,9 @@ properties* simple_ipc_server_create_response(simple_ipc_status status) {
   return response;
 }
 
-properties* simple_ipc_server_create_ok_response(void) { return simple_ipc_server_create_response(SIMPLE_IPC_STATUS_OK); }
+properties* simple_ipc_server_create_ok_response(void) {
+  return simple_ipc_server_create_response(SIMPLE_IPC_STATUS_OK);
+}
 
 properties* simple_ipc_server_create_pending_response(void) {
   return simple_ipc_server_create_response(SIMPLE_IPC_STATUS_PENDING);

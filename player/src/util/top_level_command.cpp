@@ -58,11 +58,11 @@ int top_level_command_set_from_internal_file(const char* path) {
 }
 
 int top_level_command_set_from_vendor_file(void) {
-  if (top_level_command_set_from_internal_file(vona::fixed_path("/fconfig/vendor_top_level_command.properties").c_str())) {
-    return 1;
+  for (const char* path : {"/fconfig/vendor_top_level_command.properties",
+                           "/firmware/config/vendor_top_level_command.properties"}) {
+    if (top_level_command_set_from_internal_file(vona::fixed_path(path).c_str())) return 1;
   }
-  return top_level_command_set_from_internal_file(
-      vona::fixed_path("/firmware/config/vendor_top_level_command.properties").c_str());
+  return 0;
 }
 
 int top_level_command_set_for_rmkey(int key_code) {
