@@ -23,6 +23,11 @@
  * send through one client at a time or skip the removal and collect their own answers with
  * simple_ipc_try_get_response.
  *
+ * The daemon clients (the storage and the network client) send and wait through one shared
+ * exchange with their own log prefix: vona::simple_ipc_exchange in simple_ipc_client.hpp
+ * (old answers removed, the request sent, polls every 50 ms with a progress heartbeat until
+ * a 10-second deadline on the monotonic clock, success only for the status "ok").
+ *
  * All functions may be called from any thread; only the request counter is shared. */
 #ifndef VONAUTIL_SIMPLE_IPC_CLIENT_H
 #define VONAUTIL_SIMPLE_IPC_CLIENT_H
