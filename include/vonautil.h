@@ -62,6 +62,13 @@
 #include "player/src/util/mt/brace_url.h"
 #include "player/src/util/mt/url_type.h"
 
+/* Processes and IPC: request files, progress heartbeat, top-level commands, application switcher */
+#include "player/src/util/mt/progress.h"
+#include "player/src/util/mt/simple_ipc_client.h"
+#include "player/src/util/simple_ipc_server.h"
+#include "player/src/util/top_level_command.h"
+#include "player/src/util/app_switcher.h"
+
 /* Firmware files and MPEG sections */
 #include "player/src/util/firmware_file.h"
 #include "player/src/util/mpeg_utils.h"
