@@ -55,7 +55,7 @@ int save(const properties* p, const std::string& path) {
   char resolved[PATH_MAX];
   std::string target = realpath(path.c_str(), resolved) != nullptr ? resolved : path;
   if (properties_save_to_internal_file_using_tmp_if_changed(p, target.c_str(), 0, path.c_str()) < 0) {
-    return failure(kName, "cannot save '" + path + "'");
+    return failure(kName, "cannot save '" + path + "': " + strerror(errno));
   }
   return kOk;
 }
