@@ -79,6 +79,8 @@ TEST(Tool, OutputFailuresAndOptionPlacement) {
   test::write_file(f, "a = 1\n");
   EXPECT_EQ(0, test::run_tool("props set " + f + " k --help"));
   EXPECT_EQ("a = 1\nk = --help\n", test::read_file(f));
+  EXPECT_EQ(0, test::run_tool("props set --create -- " + sandbox.path("/--create") + " k v"));
+  EXPECT_EQ("k = v\n", test::read_file(sandbox.path("/--create")));
   EXPECT_EQ(0, test::run_tool("props set --help", &out));
   EXPECT_EQ(0, out.find("Usage: vonautil props"));
 }
