@@ -92,6 +92,7 @@ static int finish_output(const char* command, int status) {
 
 }  // namespace tool
 
+#ifndef VONAUTIL_TOOL_NO_MAIN  // the tool's fuzz target drives the commands itself
 int main(int argc, char** argv) {
   if (argc < 2) {
     tool::print_overview(stderr);
@@ -117,3 +118,4 @@ int main(int argc, char** argv) {
   fprintf(stderr, "vonautil: unknown command '%s'\nTry 'vonautil --help'.\n", name.c_str());
   return tool::kUsage;
 }
+#endif
