@@ -26,8 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (size_t i = 0; i <= length; ++i) {
     if (again[i] != wide[i] && wide[i] != 0 && again[i] != '?') abort();
   }
-  UTF32 copy[64];
-  copy_string_to_utf32(copy, text, 64, enc);
+  UTF32 copy[64 + 1];  // at most 64 code points and the terminator
+  if (copy_string_to_utf32(copy, text, 64, enc) > 64) abort();
   free(again);
   free(narrow);
   free(wide);
