@@ -1,4 +1,4 @@
-// The path utilities and the pseudo-scheme URL helpers on arbitrary text: results must be
+// The path utilities, the path stack and the pseudo-scheme URL helpers on arbitrary text: results must be
 // NUL-terminated texts and segments must lie inside their input.
 #include <cstdint>
 #include <cstdlib>
@@ -56,6 +56,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   url_utils_remove_extra_slashes(buffer, sizeof buffer, text);
   url_utils_url_is_system_path(text);
   free(url_utils_replace_filename(text, b));
+  // The folder browser's path stack: names pushed and popped again, and the external form.
+  fs_path* stack = fs_path_create_public(text);
+  if (fs_path_push(stack, b) != nullptr) {
+    fs_path* copied = fs_path_copy(stack);
+    if (strcmp(fs_path_top_name(copied), fs_path_top_name(stack)) != 0) abort();
+    fs_path_free(copied);
+    fs_path_pop(stack);
+  }
+  if (strcmp(fs_path_top(stack), text) != 0) abort();
+  fs_path_free(stack);
+  free(FS_path_to_external(text));
+  free(FS_path_from_external(text));
+
   char* copy = strdup(text);
   url_utils_remove_extra_slashes_in_place(copy);
   url_utils_unhack_double_scheme_url(copy);
