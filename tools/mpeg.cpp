@@ -170,7 +170,7 @@ bool scan_stream(const std::string& path, StreamReport& report, std::string& err
     error = "cannot open '" + path + "': " + strerror(errno);
     return false;
   }
-  std::vector<unsigned char> buffer(kTimestampedPacket * 4096 + kTimestampedPacket + 1);
+  std::vector<unsigned char> buffer(kTimestampedPacket * 1024 + kTimestampedPacket + 1);
   size_t have = 0;
   bool eof = false;
   bool in_sync = true;

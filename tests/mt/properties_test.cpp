@@ -96,6 +96,7 @@ TEST(Properties, SettersReplaceInPlaceAndFormatNumbers) {
   properties_set_occupy(p, "a", nullptr);
   EXPECT_EQ(0, properties_set_if_new(p, "a", "3"));
   EXPECT_EQ(1, properties_set_int_if_new(p, "n", 4));
+  EXPECT_EQ(0, properties_set_int_if_new(p, "a", 4));  // the first entry counts as present too
   EXPECT_EQ("a=2;i=-5;ll=1099511627776;d=0.250000;seg=xy;n=4;", entries(p));
 
   for (int i = 0; i < 11; ++i) properties_force_add_last_int(p, "k", i);
