@@ -171,6 +171,9 @@ TEST(ContainerUtilsKeys, HugeCountsFromOutsideNeverAllocateForTheCount) {
   EXPECT_EQ(-1, lla->items[2]);
   properties_set(huge, "n.is_not_null", "0");
   EXPECT_EQ(nullptr, long_long_array_restore_bounded(huge, "n"));
+  properties* unnamed = parse(".is_not_null = 1\n.size = 99\n");  // no prefix: still ".size"
+  EXPECT_EQ(nullptr, long_long_array_restore_bounded(unnamed, nullptr));
+  properties_free(unnamed);
   long_long_array_free(lla);
   properties_free(huge);
   properties_free(builder);
