@@ -6,7 +6,7 @@
 #   make bench      build and run the benchmarks (results are ratios to a peer in the same run)
 #   make fuzz       build the fuzz targets with clang, libFuzzer, ASan and UBSan and run each from its
 #                   committed seed corpus (fuzz/corpus/NAME) for FUZZ_SECONDS (default 60)
-#   make tsan       the suite once more, built with clang and ThreadSanitizer
+#   make tsan       the suite once more, built with ThreadSanitizer
 
 PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev libtinyxml-dev libssl-dev
 CLANG_PACKAGES := clang libclang-rt-dev
@@ -69,8 +69,8 @@ fuzz: deps clang-deps
 	  grep -E '^(stat::number_of_executed_units|stat::peak_rss_mb|#[0-9]+ +DONE)' build-fuzz/$$name.log; \
 	done
 
-tsan: deps clang-deps
-	$(MAKE) test BUILD=build-tsan CMAKE_FLAGS="-DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DVONAUTIL_TSAN=ON -DVONAUTIL_BUILD_BENCH=OFF -DVONAUTIL_BUILD_FUZZ=OFF"
+tsan:
+	$(MAKE) test BUILD=build-tsan CMAKE_FLAGS="-DVONAUTIL_TSAN=ON -DVONAUTIL_BUILD_BENCH=OFF -DVONAUTIL_BUILD_FUZZ=OFF"
 
 clean:
 	rm -rf build build-sanitize build-fuzz build-tsan

@@ -2,6 +2,7 @@
 // against the single-threaded answer. Built with ThreadSanitizer (make tsan) the same runs
 // also show any unsynchronised access.
 #include <dirent.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -90,8 +91,15 @@ TEST(ThreadSafety, SettingsAreSharedByAllThreads) {
   settings_provider_reset();
 }
 
+// The log is process-wide and unlocked; a program that logs from several threads installs
+// lock functions, as the firmware does.
+pthread_mutex_t log_mutex = PTHREAD_MUTEX_INITIALIZER;
+void lock_log() { pthread_mutex_lock(&log_mutex); }
+void unlock_log() { pthread_mutex_unlock(&log_mutex); }
+
 TEST(ThreadSafety, FilesDirectoriesAndSavesFromManyThreads) {
   test::Sandbox sandbox;
+  log_set_lock_functions(lock_log, unlock_log);
   std::string shared = sandbox.path("/shared");
   test::make_dirs(shared);
   for (int i = 0; i < 20; ++i) test::write_file(shared + "/f" + std::to_string(i), "x");
@@ -125,4 +133,5 @@ TEST(ThreadSafety, FilesDirectoriesAndSavesFromManyThreads) {
     }
     return ok;
   }));
+  log_set_lock_functions(nullptr, nullptr);
 }
