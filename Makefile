@@ -7,21 +7,26 @@
 #   make bench      build and run the benchmarks (results are ratios to a peer in the same run)
 #   make test-armhf cross-build for 32-bit ARM (installing the cross tools as root) and run the
 #                   suite under qemu-arm
+#   make fuzz       build the fuzz targets with clang, libFuzzer, ASan and UBSan and run each from its
+#                   committed seed corpus (fuzz/corpus/NAME) for FUZZ_SECONDS (default 60)
+#   make tsan       the suite once more, built with ThreadSanitizer
 
 PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev libtinyxml-dev libssl-dev
+CLANG_PACKAGES := clang libclang-rt-dev
+FUZZ_SECONDS ?= 60
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 CMAKE_FLAGS ?=
 # The generated makefiles run make recursively; without this each level announces its folder.
 CMAKE_BUILD := MAKEFLAGS=--no-print-directory cmake --build
 
-.PHONY: all demo test sanitize bench test-armhf deps configure build clean
+.PHONY: all demo test sanitize bench test-armhf deps clang-deps fuzz tsan configure build clean
 
 all: build
 
-deps:
+deps clang-deps:
 	@missing=""; \
-	for p in $(PACKAGES); do \
+	for p in $(if $(filter clang-deps,$@),$(CLANG_PACKAGES),$(PACKAGES)); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q 'install ok installed' || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
@@ -66,5 +71,25 @@ test-armhf:
 	$(CMAKE_BUILD) $(ARMHF_BUILD) -j $(JOBS)
 	ctest --test-dir $(ARMHF_BUILD) --output-on-failure -j $(JOBS)
 
+# The library, the targets and the sanitizers' runtime checks built with clang; each target
+# runs on a scratch copy of its seeds so that the committed corpus stays small.
+fuzz: deps clang-deps
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DVONAUTIL_SANITIZE=ON -DVONAUTIL_FUZZ_COVERAGE=ON \
+	  -DVONAUTIL_BUILD_TESTS=OFF -DVONAUTIL_BUILD_BENCH=OFF -DVONAUTIL_BUILD_FUZZ=ON
+	cmake --build build-fuzz -j $(JOBS)
+	@set -e; for t in build-fuzz/fuzz/*_fuzz; do \
+	  name=$$(basename $$t); mkdir -p build-fuzz/corpus/$$name; \
+	  echo "== $$name ($(FUZZ_SECONDS) s)"; \
+	  if ! ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	      $$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=build-fuzz/$$name- \
+	      build-fuzz/corpus/$$name fuzz/corpus/$$name > build-fuzz/$$name.log 2>&1; then \
+	    tail -n 60 build-fuzz/$$name.log; exit 1; \
+	  fi; \
+	  grep -E '^(stat::number_of_executed_units|stat::peak_rss_mb|#[0-9]+ +DONE)' build-fuzz/$$name.log; \
+	done
+
+tsan:
+	$(MAKE) test BUILD=build-tsan CMAKE_FLAGS="-DVONAUTIL_TSAN=ON -DVONAUTIL_BUILD_BENCH=OFF -DVONAUTIL_BUILD_FUZZ=OFF"
+
 clean:
-	rm -rf build build-sanitize build-armhf
+	rm -rf build build-sanitize build-fuzz build-tsan build-armhf

@@ -2,7 +2,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -27,11 +31,19 @@ int print_visit(const char* path, const struct stat* status, void*) {
   return FS_VISIT_CONTINUE;
 }
 
+bool is_link(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
 // Splits the arguments into options (from `known`, each mapped to its flag) and operands.
 bool parse(const std::vector<std::string>& args, const std::vector<std::pair<std::string, unsigned>>& known,
            unsigned& flags, std::vector<std::string>& operands, std::string& error) {
+  bool options = true;
   for (const std::string& arg : args) {
-    if (arg.size() > 2 && arg.compare(0, 2, "--") == 0) {
+    if (options && arg == "--") {
+      options = false;
+    } else if (options && arg.size() > 2 && arg.compare(0, 2, "--") == 0) {
       bool found = false;
       for (const auto& option : known) {
         if (arg == option.first) flags |= option.second, found = true;
@@ -47,6 +59,30 @@ bool parse(const std::vector<std::string>& args, const std::vector<std::pair<std
   return true;
 }
 
+// Whether `path` can be examined (followed when `follow`); says why not on standard error.
+bool exists(const std::string& path, bool follow) {
+  struct stat status;
+  if ((follow ? stat(path.c_str(), &status) : lstat(path.c_str(), &status)) == 0) return true;
+  failure("fs", "cannot examine '" + path + "': " + strerror(errno));
+  return false;
+}
+
+// The absolute path without links of `path`, which itself need not exist yet (its folder must).
+std::string resolved(const std::string& path) {
+  char buffer[PATH_MAX];
+  if (realpath(path.c_str(), buffer) != nullptr) return buffer;
+  std::string::size_type slash = path.find_last_of('/');
+  std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+  if (realpath(folder.c_str(), buffer) == nullptr) return path;
+  return std::string(buffer) + (buffer[1] ? "/" : "") + path.substr(slash == std::string::npos ? 0 : slash + 1);
+}
+
+// A copy into the tree being copied would copy its own copy again and again.
+bool inside(const std::string& destination, const std::string& source) {
+  std::string tree = resolved(source), target = resolved(destination);
+  return target == tree || (target.compare(0, tree.size(), tree) == 0 && target[tree.size()] == '/') || tree == "/";
+}
+
 int run_fs(const std::vector<std::string>& args) {
   if (args.empty()) return usage_error("fs", "missing sub-command (copy, rm, walk)");
   const std::string& sub = args[0];
@@ -56,7 +92,11 @@ int run_fs(const std::vector<std::string>& args) {
   if (sub == "copy") {
     if (!parse(rest, {{"--follow", 1}, {"--follow-below", 2}}, flags, operands, error)) return usage_error("fs", error);
     if (operands.size() != 2) return usage_error("fs", "copy takes SOURCE and DESTINATION");
-    if (!FS_copy_recursively(operands[0].c_str(), operands[1].c_str(), flags & 1, flags & 2)) {
+    if (!exists(operands[0], flags & 1)) return kFailed;
+    if ((flags & 1 || !is_link(operands[0])) && inside(operands[1], operands[0])) {
+      return failure("fs", "cannot copy '" + operands[0] + "' into itself ('" + operands[1] + "')");
+    }
+    if (!FS_copy_recursively_verbatim(operands[0].c_str(), operands[1].c_str(), flags & 1, flags & 2)) {
       return failure("fs", "the copy of '" + operands[0] + "' stopped at a failure (see the log above)");
     }
     return kOk;
@@ -80,6 +120,7 @@ int run_fs(const std::vector<std::string>& args) {
       return usage_error("fs", error);
     }
     if (operands.size() != 1) return usage_error("fs", "walk takes one PATH");
+    if (!exists(operands[0], flags & FS_ITER_FOLLOW_LINKS)) return kFailed;
     int result = FS_iterate_recursively(operands[0].c_str(), flags, print_visit, nullptr);
     return result == 0 ? kOk : failure("fs", "the walk met a failure (see the log above)");
   }
@@ -93,13 +134,19 @@ TOOL_COMMAND("fs", "copy, remove or walk a folder tree",
              "copy   copies the tree SOURCE to DESTINATION, directories first, with the permission\n"
              "       bits of each entry; symbolic links stay links unless followed (--follow for\n"
              "       SOURCE itself, --follow-below for the links inside). An existing destination\n"
-             "       directory is reused. Each step is logged on standard error.\n"
+             "       directory is reused. Each step is logged on standard error. Names are copied\n"
+             "       as they are (FS_copy_recursively_verbatim); the firmware's FS_copy_recursively\n"
+             "       would take them as printf format text (\"a%d\" becomes \"a0\", \"100%%\" becomes\n"
+             "       \"100%\"). A copy into SOURCE itself is refused; links inside SOURCE that lead\n"
+             "       back into the walk are not entered (logged).\n"
              "rm     removes PATH and everything below it, bottom-up, without following links;\n"
              "       stops at the first entry that cannot be removed. A missing PATH is fine.\n"
              "walk   prints every entry of the tree as 'TYPE PATH' (dir, file, link, other, or\n"
              "       error for a path that cannot be examined or listed, with --errors), in\n"
-             "       post-order unless --pre-order; --continue goes on after a failed entry.\n"
-             "Exit status 1 when the copy, removal or walk met a failure.\n",
+             "       post-order unless --pre-order; --continue goes on after a failed entry. A link\n"
+             "       back into the walk is not entered: it is an error entry (ELOOP).\n"
+             "Exit status 1 when SOURCE or PATH is missing (rm: fine), or the copy, removal or walk\n"
+             "met a failure.\n",
              run_fs);
 
 // --- demo ----------------------------------------------------------------------------------

@@ -55,7 +55,7 @@ int save(const properties* p, const std::string& path) {
   char resolved[PATH_MAX];
   std::string target = realpath(path.c_str(), resolved) != nullptr ? resolved : path;
   if (properties_save_to_internal_file_using_tmp_if_changed(p, target.c_str(), 0, path.c_str()) < 0) {
-    return failure(kName, "cannot save '" + path + "'");
+    return failure(kName, "cannot save '" + path + "': " + strerror(errno));
   }
   return kOk;
 }
@@ -86,6 +86,7 @@ int run_set(const std::vector<std::string>& all) {
   std::vector<std::string> args(all.begin() + 1, all.end());
   bool create = !args.empty() && args[0] == "--create";
   if (create) args.erase(args.begin());
+  if (!args.empty() && args[0] == "--") args.erase(args.begin());  // FILE may start with "--"
   if (args.size() < 3) return usage_error(kName, "set takes [--create] FILE KEY VALUE...");
   const std::string& path = args[0];
   const std::string& key = args[1];
@@ -183,7 +184,7 @@ void demo_props() {
 
 TOOL_COMMAND(kName, "read and edit properties (settings) files",
              "Usage: vonautil props get FILE KEY\n"
-             "       vonautil props set [--create] FILE KEY VALUE...\n"
+             "       vonautil props set [--create] [--] FILE KEY VALUE...\n"
              "       vonautil props del FILE KEY\n"
              "       vonautil props dump FILE\n"
              "       vonautil props diff OLD NEW\n"

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "command.hpp"
+#include "lines.hpp"
 #include "vonautil.h"
 
 namespace tool {
@@ -19,36 +20,15 @@ bool alnum_less(const char* a, const char* b) { return alnum_cmp(a, b) < 0; }
 int run_natsort(const std::vector<std::string>& args) {
   bool alnum = false;
   const std::string* path = nullptr;
+  bool options = true;
   for (const std::string& arg : args) {
-    if (arg == "--alnum") alnum = true;
-    else if (arg.size() > 1 && arg[0] == '-') return usage_error("natsort", "unknown option '" + arg + "'");
+    if (options && arg == "--") options = false;
+    else if (options && arg == "--alnum") alnum = true;
+    else if (options && arg.size() > 1 && arg[0] == '-') return usage_error("natsort", "unknown option '" + arg + "'");
     else if (path) return usage_error("natsort", "more than one file");
     else path = &arg;
   }
-  FILE* in = path && *path != "-" ? fopen(path->c_str(), "rb") : stdin;
-  if (!in) return failure("natsort", "cannot open " + *path + ": " + strerror(errno));
-  std::string text;
-  char block[65536];
-  for (size_t n; (n = fread(block, 1, sizeof block, in)) > 0;) text.append(block, n);
-  bool read_error = ferror(in);
-  if (in != stdin) fclose(in);
-  if (read_error) return failure("natsort", "cannot read " + (path ? *path : std::string("standard input")));
-
-  // The lines are cut in place; a last line without a line feed still counts.
-  std::vector<const char*> lines;
-  for (size_t start = 0; start < text.size();) {
-    size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    text[end] = '\0';
-    lines.push_back(&text[start]);
-    start = end + 1;
-  }
-  std::stable_sort(lines.begin(), lines.end(), alnum ? alnum_less : nat_less);
-  for (const char* line : lines) {
-    fputs(line, stdout);
-    putchar('\n');
-  }
-  return kOk;
+  return sort_lines("natsort", path ? *path : std::string(), alnum ? alnum_less : nat_less);
 }
 
 TOOL_COMMAND("natsort", "sort lines in the library's natural order",
@@ -57,7 +37,8 @@ TOOL_COMMAND("natsort", "sort lines in the library's natural order",
              "inside them compare by value: file2 before file10. Other bytes compare as they are,\n"
              "case-sensitively; after two equal numbers the next character is passed over.\n"
              "  --alnum   compare letters without regard to case instead\n"
-             "Lines that compare equal keep their order.\n",
+             "Lines that compare equal keep their order; every line is written as it was read\n"
+             "(a line holding a NUL byte is ordered by its text before the NUL).\n",
              run_natsort);
 
 void demo_strings() {

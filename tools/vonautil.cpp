@@ -1,5 +1,6 @@
 // vonautil: the library's jobs from a shell.
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -74,6 +75,29 @@ TOOL_COMMAND("version", "print the library's version and its firmware key set",
 
 }  // namespace tool
 
+namespace tool {
+
+// `--help` (or `-h`) is an option of the command or of its sub-command, so it counts only as
+// the first argument or right after a sub-command; anywhere else it is an operand.
+static bool asks_for_help(const std::vector<std::string>& args) {
+  auto is_help = [](const std::string& arg) { return arg == "--help" || arg == "-h"; };
+  return (!args.empty() && is_help(args[0])) || (args.size() > 1 && args[0][0] != '-' && is_help(args[1]));
+}
+
+// Standard output is flushed and closed before the exit status is settled: output that could
+// not be written (a full disk, a closed pipe, /dev/full) fails the command.
+static int finish_output(const char* command, int status) {
+  int error = fflush(stdout) != 0 ? errno : 0;
+  if (ferror(stdout) && error == 0) error = errno != 0 ? errno : EIO;
+  if (fclose(stdout) != 0 && error == 0) error = errno;
+  if (error == 0) return status;
+  fprintf(stderr, "vonautil%s%s: cannot write the output: %s\n", *command ? " " : "", command, strerror(error));
+  return kFailed;
+}
+
+}  // namespace tool
+
+#ifndef VONAUTIL_TOOL_NO_MAIN  // the tool's fuzz target drives the commands itself
 int main(int argc, char** argv) {
   if (argc < 2) {
     tool::print_overview(stderr);
@@ -82,18 +106,21 @@ int main(int argc, char** argv) {
   std::string name = argv[1];
   if (name == "--help" || name == "-h" || name == "help") {
     tool::print_overview(stdout);
-    return tool::kOk;
+    return tool::finish_output("", tool::kOk);
   }
+  if (name == "--version") name = "version";
   for (const tool::Command& command : tool::commands()) {
     if (name != command.name) continue;
     std::vector<std::string> args(argv + 2, argv + argc);
-    if (std::find(args.begin(), args.end(), "--help") != args.end() ||
-        (!args.empty() && args[0] == "-h")) {
+    if (tool::asks_for_help(args)) {
       fputs(command.help, stdout);
-      return tool::kOk;
+      return tool::finish_output(command.name, tool::kOk);
     }
-    return command.run(args);
+    errno = 0;
+    int status = command.run(args);
+    return tool::finish_output(command.name, status);
   }
   fprintf(stderr, "vonautil: unknown command '%s'\nTry 'vonautil --help'.\n", name.c_str());
   return tool::kUsage;
 }
+#endif

@@ -344,6 +344,57 @@ TEST_F(AdvancedFileUtilsTest, ChmodRecursivelyChangesEveryEntryButLinks) {
   EXPECT_EQ(modes(), "file 0600,dir 1750,dir 1750,file 1750,dir 1750,file 1750,link,other 1750,link,");
 }
 
+// A followed link back into the walk path is an error entry (ELOOP), never entered; a link
+// to a sibling tree is walked as usual.
+TEST_F(AdvancedFileUtilsTest, FollowedWalksNeverLoop) {
+  std::string root = at("loop");
+  test::make_dirs(root + "/d/e");
+  test::make_dirs(at("other/f"));
+  symlink("..", (root + "/d/up").c_str());
+  symlink("../../loop", (root + "/d/e/root").c_str());
+  symlink("../../other", (root + "/d/side").c_str());
+  Recorder recorder(root);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(recorder.walk(FS_ITER_FOLLOW_LINKS_BELOW | FS_ITER_VISIT_ERRORS | FS_ITER_PRE_ORDER), 0);
+  Visits visits = recorder.visits;
+  std::sort(visits.begin(), visits.end());
+  EXPECT_EQ(visits, (Visits{"!d/e/root", "!d/up", ".", "d", "d/e", "d/side", "d/side/f"}));
+  EXPECT_EQ(recorder.walk(FS_ITER_FOLLOW_LINKS_BELOW), 0);  // passed over when errors are not visited
+  visits = recorder.visits;
+  std::sort(visits.begin(), visits.end());
+  EXPECT_EQ(visits, (Visits{".", "d", "d/e", "d/side", "d/side/f"}));
+  std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(logged(log, "[fs_iter] stat(" + root + "/d/up): " + strerror(ELOOP))) << log;
+
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(FS_copy_recursively(root.c_str(), at("copy").c_str(), 0, 1), 1);
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(snapshot(at("copy")), (std::map<std::string, std::string>{
+                                      {"/d", "dir 0755 "}, {"/d/e", "dir 0755 "}, {"/d/side", "dir 0755 "},
+                                      {"/d/side/f", "dir 0755 "}}));
+}
+
+// The verbatim copy takes names as they are, where the documented copy formats them.
+TEST_F(AdvancedFileUtilsTest, VerbatimCopyKeepsEveryName) {
+  std::string source = make_tree("src", true);
+  unlink((source + "/fifo").c_str());
+  for (const char* name : {"a%d", "a0", "Track%201.mp3", "100%% x%s%n"}) test::write_file(source + "/" + name, name);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(FS_copy_recursively_verbatim((source + "/").c_str(), at("copy").c_str(), 0, 0), 1);
+  EXPECT_EQ(snapshot(at("copy")), snapshot(source));
+  std::string deep = at("deep"), long_name(250, 'n');
+  while (deep.size() < 3800) deep += "/" + std::string(200, 'x');
+  test::make_dirs(deep);
+  test::write_file(source + "/" + long_name, "long");  // its copy's path would exceed 4095 bytes
+  EXPECT_EQ(FS_copy_recursively_verbatim(source.c_str(), deep.c_str(), 0, 0), 0);
+  std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_NE(log.find(long_name + ": " + strerror(ENAMETOOLONG) + "\n"), std::string::npos) << log;
+  std::vector<std::string> sources = listing(source);
+  for (const std::string& name : listing(deep)) {  // nothing landed under a cut name
+    EXPECT_NE(std::find(sources.begin(), sources.end(), name), sources.end()) << name;
+  }
+}
+
 TEST_F(AdvancedFileUtilsTest, ToolAndAssertion) {
   std::string source = make_tree("src"), output;
   unlink((source + "/fifo").c_str());
@@ -356,6 +407,19 @@ TEST_F(AdvancedFileUtilsTest, ToolAndAssertion) {
   EXPECT_FALSE(FS_file_exists(at("copy").c_str()));
   EXPECT_EQ(test::run_tool("fs copy '" + source + "' '" + at("missing/copy") + "'"), 1);
   EXPECT_EQ(test::run_tool("fs copy '" + source + "'") + test::run_tool("fs walk --sideways x"), 4);
+  // Names verbatim, no copy into the source itself, missing paths are failures.
+  test::write_file(source + "/a%d", "percent");
+  EXPECT_EQ(test::run_tool("fs copy '" + source + "' '" + at("copy") + "'"), 0);
+  EXPECT_EQ(snapshot(at("copy")), snapshot(source));
+  EXPECT_EQ(test::run_tool("fs copy --follow-below '" + source + "' '" + source + "/a/inner'", &output, true), 1);
+  EXPECT_EQ(output, "vonautil fs: cannot copy '" + source + "' into itself ('" + source + "/a/inner')\n");
+  EXPECT_EQ(test::run_tool("fs copy '" + source + "/' '" + at("src") + "'"), 1);
+  EXPECT_FALSE(FS_file_exists((source + "/a/inner").c_str()));
+  EXPECT_EQ(test::run_tool("fs walk '" + at("nothing") + "'", &output, true), 1);
+  EXPECT_EQ(output, "vonautil fs: cannot examine '" + at("nothing") + "': No such file or directory\n");
+  EXPECT_EQ(test::run_tool("fs copy '" + at("nothing") + "' '" + at("copy2") + "'"), 1);
+  EXPECT_EQ(test::run_tool("fs walk -- --errors", &output, true), 1);  // an operand after "--"
+  EXPECT_EQ(output, "vonautil fs: cannot examine '--errors': No such file or directory\n");
   EXPECT_DEATH(FS_iterate_recursively("/", 0, nullptr, nullptr),
                "player/src/util/mt/advanced_file_utils:[0-9]+: FS_iterate_recursively: Assertion `path_visitor' failed\\.");
 }

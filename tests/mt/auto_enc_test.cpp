@@ -44,7 +44,7 @@ TEST(AutoEnc, StatisticsAndTheGuessForTheInterfaceLanguage) {
   EXPECT_EQ(2u, stat.letters);
   EXPECT_EQ(2u, stat.high_bytes);
   EXPECT_TRUE(stat.not_utf8 && !stat.not_cp1255);
-  auto_enc_stat_update(&stat, "\xD9", "\xD9" + 1);
+  auto_enc_stat_update(&stat, "\xD9", &"\xD9"[1]);
   EXPECT_TRUE(stat.not_cp1255);
   auto_enc_stat empty = stat_of("");
   EXPECT_TRUE(auto_enc_stat_is_cp1252(&empty));

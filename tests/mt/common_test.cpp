@@ -253,3 +253,12 @@ TEST(Tool, NatsortSortsLinesInEitherOrder) {
   EXPECT_EQ(2, test::run_tool("natsort --bogus"));
   EXPECT_EQ(2, test::run_tool("natsort a b"));
 }
+
+TEST(Tool, NatsortKeepsLinesWholeAndEndsOptionsAtDoubleDash) {
+  test::Sandbox sandbox;
+  std::string path = sandbox.path("/--alnum"), out;
+  test::write_file(path, std::string("x10\0tail\nx9\n", 12));
+  EXPECT_EQ(0, test::run_tool("natsort -- " + path, &out));
+  EXPECT_EQ(std::string("x9\nx10\0tail\n", 12), out);
+  EXPECT_EQ(1, test::run_tool("natsort -- --alnum"));  // a file name, not the option
+}

@@ -147,7 +147,34 @@ TEST(ContainerUtilsKeys, MissingOrInconsistentEntriesAreAssertions) {
   };
   for (const Case& c : cases) {
     properties* p = parse(c.text);
-    EXPECT_DEATH(c.restore(p), std::string("player/src/util/mt/container_utils:[0-9]+: .*") + c.assertion) << c.text;
+    const char* module = c.restore == builder ? "string_builder" : "container_utils";  // the builder's own module
+    EXPECT_DEATH(c.restore(p), std::string("player/src/util/mt/") + module + ":[0-9]+: .*" + c.assertion) << c.text;
     properties_free(p);
   }
+}
+
+// Counts from a damaged or crafted file: a restore reaches its documented assertion (or, for
+// the bounded form, null) without first allocating room for the count.
+TEST(ContainerUtilsKeys, HugeCountsFromOutsideNeverAllocateForTheCount) {
+  properties* builder = parse("is_null = 0\nnum_items = 2000000000\n0.segment = a\n");
+  EXPECT_DEATH(string_builder_free(string_builder_restore(builder, nullptr)),
+               test::assertion_report("player/src/util/mt/string_builder", 0, "string_builder_restore", "start >= 0"));
+  properties* huge = parse("n.is_not_null = 1\nn.size = 100000000\nn.value.0 = 5\n");
+  EXPECT_EQ(nullptr, long_long_array_restore_bounded(huge, "n"));
+  properties_set(huge, "n.size", "-1");
+  EXPECT_EQ(nullptr, long_long_array_restore_bounded(huge, "n"));
+  properties_set(huge, "n.size", "3");  // as many as the entries could hold: restored as documented
+  long_long_array* lla = long_long_array_restore_bounded(huge, "n");
+  ASSERT_NE(nullptr, lla);
+  EXPECT_EQ(3, lla->size);
+  EXPECT_EQ(5, lla->items[0]);
+  EXPECT_EQ(-1, lla->items[2]);
+  properties_set(huge, "n.is_not_null", "0");
+  EXPECT_EQ(nullptr, long_long_array_restore_bounded(huge, "n"));
+  properties* unnamed = parse(".is_not_null = 1\n.size = 99\n");  // no prefix: still ".size"
+  EXPECT_EQ(nullptr, long_long_array_restore_bounded(unnamed, nullptr));
+  properties_free(unnamed);
+  long_long_array_free(lla);
+  properties_free(huge);
+  properties_free(builder);
 }

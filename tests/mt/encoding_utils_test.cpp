@@ -105,3 +105,43 @@ TEST(EncodingUtils, TextTool) {
   EXPECT_NE(std::string::npos, out.find("cannot read"));
   EXPECT_EQ(1, test::run_tool("text detect " + sandbox.path("/missing.txt")));
 }
+
+// The text commands stream any input byte for byte (NUL bytes, lines longer than a read
+// block, a last line without '\n'), take encoding names loosely, count what became '?' and
+// refuse unknown languages.
+TEST(EncodingUtils, TextToolKeepsEveryByteAndSaysWhatItLost) {
+  test::Sandbox sandbox;
+  std::string big = sandbox.path("/big.txt"), out;
+  std::string text;
+  for (size_t length : {0, 1, 131071, 131072, 200000, 5, 262150}) {
+    for (size_t i = 0; i < length; ++i) text += i % 97 == 3 ? '\0' : (char)('a' + i % 26);
+    text += '\n';
+  }
+  text += std::string("last\0line", 9);
+  test::write_file(big, text);
+  EXPECT_EQ(0, test::run_tool("text convert --from UTF-8 --to utf8 " + big, &out));
+  EXPECT_TRUE(out == text) << out.size() << " bytes of " << text.size();
+  EXPECT_EQ(0, test::run_tool("text convert --from utf8 --to CP1251 - < " + big, &out));
+  EXPECT_TRUE(out == text);
+
+  std::string mixed = sandbox.path("/mixed.txt");
+  test::write_file(mixed, "\xEF\xBB\xBF\xD0\x96?\xE4\xB8\xAD\xC3\xA9\n");  // BOM, Ж, '?', 中, é
+  EXPECT_EQ(0, test::run_tool("text convert --from Utf8 --to windows-1251 " + mixed, &out));
+  EXPECT_EQ("\xC6???\n", out);
+  EXPECT_EQ(0, test::run_tool("text convert --from utf8 --to cp1251 " + mixed + " 2>&1 >/dev/null; exit $?", &out));
+  EXPECT_EQ("vonautil text: 2 characters could not be converted from utf8 to cp1251 and became '?'\n", out);
+  EXPECT_EQ(1, test::run_tool("text convert --strict --from utf8 --to WIN1251 " + mixed, &out));
+  EXPECT_EQ(0, test::run_tool("text convert --strict --from utf8 --to utf_8 " + mixed, &out));
+  EXPECT_EQ(test::read_file(mixed), out);  // the byte order mark stays for UTF-8
+  EXPECT_EQ(0, test::run_tool("text convert --from cp950 --to EUC-KR - < /dev/null", &out));
+  EXPECT_EQ(0, test::run_tool("text detect --lang russian " + mixed, &out));
+  EXPECT_EQ("utf8\n", out);
+  EXPECT_EQ(2, test::run_tool("text detect --lang klingon " + mixed, &out, true));
+  EXPECT_NE(std::string::npos, out.find("unknown language 'klingon' (known: english, ")) << out;
+  EXPECT_NE(std::string::npos, out.find(", korean)")) << out;
+  EXPECT_EQ(2, test::run_tool("text convert --from utf-9 --to utf8 " + mixed));
+
+  test::write_file(mixed, std::string("b\0z\na\n-x\n", 9));
+  EXPECT_EQ(0, test::run_tool("text sort -- " + mixed, &out));
+  EXPECT_EQ(std::string("-x\na\nb\0z\n", 9), out);
+}

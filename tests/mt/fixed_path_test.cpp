@@ -50,3 +50,37 @@ TEST(Tool, ExitStatusesFollowTheConventions) {
   EXPECT_EQ(0, test::run_tool("demo --help", &out));
   EXPECT_NE(std::string::npos, out.find("Usage: vonautil demo"));
 }
+
+// Output that cannot be written fails every command with the reason; --help is an option of a
+// command or its sub-command only; --version is the version command.
+TEST(Tool, OutputFailuresAndOptionPlacement) {
+  std::string out, overview;
+  // Standard output on /dev/full; `out` gets standard error.
+  auto full = [&](const std::string& command) { return test::run_tool(command + " 2>&1 >/dev/full; exit $?", &out); };
+  EXPECT_EQ(1, full("--help"));
+  EXPECT_EQ("vonautil: cannot write the output: No space left on device\n", out);
+  ASSERT_EQ(0, test::run_tool("--help", &overview));
+  std::istringstream lines(overview.substr(overview.find("Commands:\n") + 10));
+  std::string line;
+  int commands = 0;
+  while (std::getline(lines, line) && line.size() > 2 && line[0] == ' ') {
+    std::string name = line.substr(2, line.find(' ', 2) - 2);
+    ++commands;
+    EXPECT_EQ(1, full(name + " --help")) << name;
+    EXPECT_EQ("vonautil " + name + ": cannot write the output: No space left on device\n", out);
+  }
+  EXPECT_LT(5, commands);
+  EXPECT_EQ(1, full("url classify a.mp3 b.mkv"));
+  EXPECT_EQ(0, test::run_tool("--version", &out));
+  EXPECT_EQ(std::string("vonautil ") + vonautil_version() + "\n", out);
+
+  test::Sandbox sandbox;
+  std::string f = sandbox.path("/f.properties");
+  test::write_file(f, "a = 1\n");
+  EXPECT_EQ(0, test::run_tool("props set " + f + " k --help"));
+  EXPECT_EQ("a = 1\nk = --help\n", test::read_file(f));
+  EXPECT_EQ(0, test::run_tool("props set --create -- " + sandbox.path("/--create") + " k v"));
+  EXPECT_EQ("k = v\n", test::read_file(sandbox.path("/--create")));
+  EXPECT_EQ(0, test::run_tool("props set --help", &out));
+  EXPECT_EQ(0, out.find("Usage: vonautil props"));
+}

@@ -241,11 +241,12 @@ TEST_F(TsTool, CheckCountsSectionsPerPidAndTable) {
   EXPECT_EQ(1, test::run_tool("ts check " + path, &out));
   EXPECT_EQ(
       "PID     table  intact  failed  skipped\n"
-      "0x0000  0x00        1       0        1\n"
+      "0x0000  0x00        2       0        0\n"
       "0x0011  0x42        0       0        1\n"
       "0x0100  0x02        1       1        0\n"
       "6 packets (1 start elementary stream data), 1 resynchronisations, 28 bytes skipped\n"
-      "sections: 2 intact, 1 failed, 2 skipped\n",
+      "sections: 3 intact, 1 failed, 1 skipped\n"
+      "continuity errors: 2 (PID 0x0000: 1, PID 0x0100: 1)\n",
       out);
   test::write_file(path, stream.substr(0, 188));
   EXPECT_EQ(0, test::run_tool("ts check " + path, &out));
@@ -257,4 +258,55 @@ TEST_F(TsTool, CheckCountsSectionsPerPidAndTable) {
   EXPECT_NE(std::string::npos, out.find("is not a transport stream")) << out;
   EXPECT_EQ(2, test::run_tool("ts check", &out));
   EXPECT_EQ(2, test::run_tool("ts verify " + path, &out));
+}
+
+// Sections are gathered across the packets of their PID in continuity-counter order; a lost
+// packet fails the open section; 192-byte packets and standard input are read as well.
+TEST_F(TsTool, CheckGathersSectionsAcrossPacketsAndFollowsContinuity) {
+  // The sections split over packets of PID 0x11 with counters from `counter`, the first with
+  // the payload unit start and pointer 0.
+  auto packets = [](const Bytes& section, int counter, const Bytes& head = {}) {
+    std::vector<std::string> out;
+    Bytes payload = {0};
+    payload.insert(payload.end(), head.begin(), head.end());
+    payload.insert(payload.end(), section.begin(), section.end());
+    for (size_t at = 0; at < payload.size(); at += 184) {
+      std::string packet(188, '\xFF');
+      packet[0] = 0x47;
+      packet[1] = at == 0 ? 0x40 : 0x00;
+      packet[2] = 0x11;
+      packet[3] = (char)(0x10 | (counter++ & 0x0F));
+      std::copy(payload.begin() + at, payload.begin() + std::min(payload.size(), at + 184), packet.begin() + 4);
+      out.push_back(packet);
+    }
+    return out;
+  };
+  Bytes long_section = make_section(0x42, Bytes(500, 7));  // 507 bytes: three packets
+  std::vector<std::string> whole = packets(long_section, 14, kPat);  // counters 14, 15, 0; the PAT first
+  ASSERT_EQ(3u, whole.size());
+  std::string stream = whole[0] + whole[0] + whole[1] + whole[2];  // the first one sent twice
+  std::vector<std::string> gap = packets(long_section, 1);
+  stream += gap[0] + gap[2];  // the middle packet lost
+  Bytes no_crc = make_section(0x70, Bytes(5, 1), false);
+  stream += packets(no_crc, 4)[0] + packets(make_section(0x42, Bytes(300, 2)), 5)[0];  // the last one cut off
+  std::string path = sandbox.path("/long.ts"), out;
+  test::write_file(path, stream);
+  std::string expected =
+      "PID     table  intact  failed  skipped\n"
+      "0x0011  0x00        1       0        0\n"
+      "0x0011  0x42        1       1        1\n"
+      "0x0011  0x70        0       0        1\n"
+      "8 packets (0 start elementary stream data), 0 resynchronisations, 0 bytes skipped\n"
+      "sections: 2 intact, 1 failed, 2 skipped\n"
+      "continuity errors: 1 (PID 0x0011: 1)\n";
+  EXPECT_EQ(1, test::run_tool("ts check " + path, &out));
+  EXPECT_EQ(expected, out);
+
+  std::string timestamped;
+  for (size_t at = 0; at < stream.size(); at += 188) timestamped += "\x12\x34\x56\x78" + stream.substr(at, 188);
+  test::write_file(path, timestamped);
+  EXPECT_EQ(1, test::run_tool("ts check - < " + path, &out));
+  EXPECT_EQ("192-byte packets (with time stamps)\n" + expected, out);
+  test::write_file(path, whole[0] + whole[1] + whole[2]);
+  EXPECT_EQ(0, test::run_tool("ts check - < " + path, &out));
 }

@@ -44,9 +44,23 @@ int visit_error(const Walk& walk, int* result) {
   return kCanceledOnError;
 }
 
+// The directories on the current walk path, innermost first, each in the frame of its step.
+struct Ancestor {
+  dev_t device;
+  ino_t inode;
+  const Ancestor* parent;
+};
+
+bool is_on_walk_path(const Ancestor* ancestors, const struct stat& status) {
+  for (const Ancestor* a = ancestors; a != nullptr; a = a->parent) {
+    if (a->device == status.st_dev && a->inode == status.st_ino) return true;
+  }
+  return false;
+}
+
 // One step on the top path of the walk: 0 all went well, 1 something failed, -1 cancelled,
 // kCanceledOnError cancelled during an error visit.
-int walk_step(const Walk& walk, unsigned int flags) {
+int walk_step(const Walk& walk, unsigned int flags, const Ancestor* ancestors) {
   const unsigned int child_flags = (flags & ~FS_ITER_FOLLOW_LINKS) | ((flags & FS_ITER_FOLLOW_LINKS_BELOW) ? 1u : 0u);
   const bool pre_order = flags & FS_ITER_PRE_ORDER;
   const bool continue_on_error = flags & FS_ITER_CONTINUE_ON_ERROR;
@@ -55,7 +69,14 @@ int walk_step(const Walk& walk, unsigned int flags) {
   struct stat status;
   const bool follow = flags & FS_ITER_FOLLOW_LINKS;
   const char* path = string_builder_top(walk.path);
-  if ((follow ? FS_stat(path, &status) : FS_lstat(path, &status)) != 0) {
+  bool examined = (follow ? FS_stat(path, &status) : FS_lstat(path, &status)) == 0;
+  if (examined && S_ISDIR(status.st_mode) && is_on_walk_path(ancestors, status)) {
+    // A followed link (or a bind mount) back into the walk path would be walked forever:
+    // it is a path that cannot be examined, for the reason ELOOP.
+    examined = false;
+    errno = ELOOP;
+  }
+  if (!examined) {
     log_print("[fs_iter] %s(%s): %s", follow ? "stat" : "lstat", path, strerror(errno));
     if (!visit_errors) return 0;
     int result;
@@ -73,10 +94,11 @@ int walk_step(const Walk& walk, unsigned int flags) {
   }
 
   bool failed = false;
+  const Ancestor self = {status.st_dev, status.st_ino, ancestors};
   if (string_array* names = FS_scandir(path)) {
     for (int i = 0; i < names->size; ++i) {
       string_builder_push_rel(walk.path, names->items[i], walk.path->num_items);
-      int result = walk_step(walk, child_flags);
+      int result = walk_step(walk, child_flags, &self);
       string_builder_pop(walk.path);
       if (result == -1 || result == kCanceledOnError) {
         string_array_free(names);
@@ -117,7 +139,7 @@ int FS_iterate_recursively(const char* path, unsigned int flags, FS_path_visitor
   MY_ASSERT(path_visitor);
   Walk walk = {string_builder_create(), path_visitor, context};
   string_builder_push_abs(walk.path, path);
-  int result = walk_step(walk, flags);
+  int result = walk_step(walk, flags, nullptr);
   string_builder_free(walk.path);
   return result == kCanceledOnError ? 1 : result;
 }
@@ -234,6 +256,7 @@ namespace {
 constexpr int kCopyPathSize = 4096;
 
 struct CopyContext {
+  bool verbatim;           // names as they are, not as printf format text
   int source_length;       // the source root, without trailing slashes
   int destination_length;  // the destination root in `destination`
   char destination[kCopyPathSize];
@@ -308,8 +331,14 @@ void apply_mode(const char* destination, const struct stat* status) {
 int copy_entry(const char* path, const struct stat* status, void* context) {
   CopyContext* copy = (CopyContext*)context;
   char* destination = copy->destination;
-  format_without_arguments(destination + copy->destination_length, kCopyPathSize - copy->destination_length,
-                           path + copy->source_length);
+  char* below_root = destination + copy->destination_length;
+  size_t room = (size_t)(kCopyPathSize - copy->destination_length);
+  if (!copy->verbatim) {
+    format_without_arguments(below_root, room, path + copy->source_length);
+  } else if ((size_t)snprintf(below_root, room, "%s", path + copy->source_length) >= room) {
+    log_print("[cp_r] %s%s: %s", copy->destination, path + copy->source_length, strerror(ENAMETOOLONG));
+    return FS_VISIT_CANCEL;  // a cut name would land on another entry
+  }
   ExternalPath external(destination);
   if (S_ISLNK(status->st_mode)) {
     char target[kCopyPathSize];
@@ -336,10 +365,10 @@ int copy_entry(const char* path, const struct stat* status, void* context) {
   return FS_VISIT_CONTINUE;
 }
 
-}  // namespace
-
-int FS_copy_recursively(const char* source, const char* destination, int follow_links, int follow_links_below) {
+// The walk of both copies; `verbatim` chooses how a source name becomes a destination name.
+int copy_tree(const char* source, const char* destination, int follow_links, int follow_links_below, bool verbatim) {
   CopyContext copy;
+  copy.verbatim = verbatim;
   copy.source_length = (int)strlen(source);
   while (copy.source_length > 0 && source[copy.source_length - 1] == '/') --copy.source_length;
   snprintf(copy.destination, kCopyPathSize, "%s", destination);
@@ -348,6 +377,17 @@ int FS_copy_recursively(const char* source, const char* destination, int follow_
   if (follow_links) flags |= FS_ITER_FOLLOW_LINKS;
   if (follow_links_below) flags |= FS_ITER_FOLLOW_LINKS_BELOW;
   return FS_iterate_recursively(source, flags, copy_entry, &copy) == 0 ? 1 : 0;
+}
+
+}  // namespace
+
+int FS_copy_recursively(const char* source, const char* destination, int follow_links, int follow_links_below) {
+  return copy_tree(source, destination, follow_links, follow_links_below, false);
+}
+
+int FS_copy_recursively_verbatim(const char* source, const char* destination, int follow_links,
+                                 int follow_links_below) {
+  return copy_tree(source, destination, follow_links, follow_links_below, true);
 }
 
 // ---- Permissions -------------------------------------------------------------------------------

@@ -38,7 +38,8 @@ enum {
 typedef int (*FS_path_visitor)(const char* path, const struct stat* status, void* context);
 
 /* Walks the tree below `path` in directory order. A path that cannot be examined is logged
- * and, without FS_ITER_VISIT_ERRORS, passed over. Returns 0 when all went well, 1 when
+ * and, without FS_ITER_VISIT_ERRORS, passed over. So is a directory that is already on the
+ * current walk path (a followed link back into it), for the reason ELOOP: walks never loop. Returns 0 when all went well, 1 when
  * something failed (a cancel during an error visit included), -1 when the visitor cancelled.
  * The visitor must not be null. */
 int FS_iterate_recursively(const char* path, unsigned int flags, FS_path_visitor path_visitor, void* context);
@@ -62,6 +63,12 @@ int FS_copy_file_ext(const char* source, const char* destination, int* error_out
  * in a name becomes "%", and other conversions expand as for a zero or empty argument.
  * 1 on success, 0 when the copy stopped at a failure (logged). */
 int FS_copy_recursively(const char* source, const char* destination, int follow_links, int follow_links_below);
+
+/* FS_copy_recursively with every name copied as it is ("a%d" stays "a%d"), for trees whose
+ * names are not format text, such as a user's files. A destination path longer than 4095
+ * bytes stops the copy (logged) instead of being cut. */
+int FS_copy_recursively_verbatim(const char* source, const char* destination, int follow_links,
+                                 int follow_links_below);
 
 /* Operations of FS_chmod_recursively. */
 enum { FS_CHMOD_ADD = 0, FS_CHMOD_REMOVE = 1, FS_CHMOD_SET = 2 };

@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "player/src/util/mt/auto_enc.hpp"
 #include "player/src/util/mt/convert_utf.hpp"
 #include "player/src/util/mt/settings_provider.h"
 
@@ -110,4 +111,9 @@ int MY_Encoding_8bit_from_interface_language(const char* language) {
     }
   }
   return kCp1252;
+}
+
+const char* vona::interface_language_name(int index) {
+  constexpr int count = sizeof kLanguageEncodings / sizeof kLanguageEncodings[0];
+  return index >= 0 && index < count ? kLanguageEncodings[index].language : nullptr;
 }

@@ -5,34 +5,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "player/src/util/mt/string_builder.hpp"
+#include "player/src/util/mt/container_utils.hpp"
 
 namespace {
 
-// The keys of one saved object: the prefix and "." (nothing without a prefix, unless
-// `always_dot`), then a formatted name, in a 1024-byte buffer.
-class Keys {
- public:
-  explicit Keys(const char* prefix, bool always_dot = false) {
-    bool dot = always_dot || (prefix != nullptr && *prefix);
-    int length = dot ? snprintf(text_, sizeof text_, "%s.", prefix != nullptr ? prefix : "") : 0;
-    name_ = length < (int)sizeof text_ ? length : (int)sizeof text_ - 1;
-  }
-
-  const char* operator()(const char* format, ...) __attribute__((format(printf, 2, 3))) {
-    va_list args;
-    va_start(args, format);
-    vsnprintf(text_ + name_, sizeof text_ - (size_t)name_, format, args);
-    va_end(args);
-    return text_;
-  }
-
- private:
-  char text_[1024];
-  int name_;
-};
-
-bool restored_as_null(const properties* props, Keys& name) { return properties_get_int(props, name("is_null"), 1) != 0; }
+using vona::Keys;
 
 // Saves "is_null", "size" and "%d" strings, the layout shared by string arrays and sets.
 void save_strings(const char* const* strings, int size, properties* props, const char* prefix) {
@@ -47,7 +24,7 @@ void save_strings(const char* const* strings, int size, properties* props, const
 template <typename T, typename Add>
 T* restore_strings(const properties* props, const char* prefix, const char* function, T* (*create)(), Add add) {
   Keys name(prefix);
-  if (restored_as_null(props, name)) return nullptr;
+  if (vona::restored_as_null(props, name)) return nullptr;
   T* container = create();
   int size = properties_get_int(props, name("size"), 0);
   for (int i = 0; i < size; ++i) {
@@ -88,43 +65,11 @@ long_long_array* long_long_array_restore(const properties* props, const char* pr
   return lla;
 }
 
-void string_builder_save(const string_builder* sb, properties* props, const char* prefix) {
-  if (sb == nullptr) return;
-  Keys name(prefix);
-  properties_set_int(props, name("is_null"), 0);
-  properties_set_int(props, name("num_items"), sb->num_items);
-  int previous_end = 0;
-  for (int i = 0; i < sb->num_items; ++i) {
-    const string_builder_item& item = sb->items[i];
-    properties_set_seg(props, name("%d.segment", i), str_seg{sb->buf + previous_end, item.end - previous_end});
-    properties_set_int(props, name("%d.start", i), item.start);
-    properties_set_int(props, name("%d.begin", i), item.begin);
-    properties_set_int(props, name("%d.end", i), item.end);
-    previous_end = item.end;
-  }
-}
-
-string_builder* string_builder_restore(const properties* props, const char* prefix) {
-  Keys name(prefix);
-  if (restored_as_null(props, name)) return nullptr;
-  string_builder* t = string_builder_create();
-  int num_items = properties_get_int(props, name("num_items"), -1);
-  MY_ASSERT(num_items >= 0);
-  vona::string_builder_reserve_items(t, num_items);
-  for (int i = 0; i < num_items; ++i) {
-    const char* str = properties_get(props, name("%d.segment", i));
-    MY_ASSERT(str);
-    vona::string_builder_append(t, str, (int)strlen(str));
-    int start = properties_get_int(props, name("%d.start", i), -1);
-    int begin = properties_get_int(props, name("%d.begin", i), -1);
-    int end = properties_get_int(props, name("%d.end", i), -1);
-    MY_ASSERT(start >= 0);
-    MY_ASSERT(begin >= start);
-    MY_ASSERT(end >= begin);
-    MY_ASSERT(end == t->buf_length);
-    vona::string_builder_add_item(t, start, begin, end);
-  }
-  return t;
+long_long_array* long_long_array_restore_bounded(const properties* props, const char* prefix) {
+  Keys name(prefix, true);
+  int size = properties_get_int(props, name("size"), 0);
+  if (size < 0 || size > props->count) return nullptr;
+  return long_long_array_restore(props, prefix);
 }
 
 void string_set_save(const C_StringSet* set, properties* props, const char* prefix) {
@@ -160,7 +105,7 @@ void string_map_save(const C_StringMap* map, properties* props, const char* pref
 
 C_StringMap* string_map_restore(const properties* props, const char* prefix) {
   Keys name(prefix);
-  if (restored_as_null(props, name)) return nullptr;
+  if (vona::restored_as_null(props, name)) return nullptr;
   C_StringMap* map = string_map_create();
   int size = properties_get_int(props, name("size"), 0);
   for (int i = 0; i < size; ++i) {

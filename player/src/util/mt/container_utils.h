@@ -26,6 +26,10 @@ string_array* string_array_restore(const properties* props, const char* prefix);
  * restored as -1. */
 void long_long_array_save(const long_long_array* lla, properties* props, const char* prefix);
 long_long_array* long_long_array_restore(const properties* props, const char* prefix);
+/* long_long_array_restore for files from outside: a "%s.size" that is negative or larger
+ * than the number of entries in `props` (which could not hold that many values) gives null
+ * instead of an array padded with -1, so a damaged file cannot make the array take all memory. */
+long_long_array* long_long_array_restore_bounded(const properties* props, const char* prefix);
 
 /* "is_null" = 0, "num_items", and per item "%d.segment" (the text that the item added to the
  * buffer), "%d.start", "%d.begin" and "%d.end": restoring rebuilds the builder byte for byte. */

@@ -273,7 +273,9 @@ int write_and_close(const properties* p, FILE* fp, bool sync) {
   bool ok = fwrite(text, 1, length, fp) == length;
   free(text);
   if (sync) ok = ok && fflush(fp) == 0 && fsync(fileno(fp)) == 0;
-  if (fclose(fp) != 0) ok = false;
+  int error = ok ? 0 : errno;  // the first failure is the reason
+  if (fclose(fp) != 0 && ok) ok = false, error = errno;
+  if (!ok) errno = error;
   return ok ? 0 : -1;
 }
 
@@ -294,26 +296,69 @@ bool sync_directory_of(const char* path) {
   return ok;
 }
 
+// Creates the temporary file of a save afresh: whatever is at that name (a leftover of an
+// interrupted save, or a link planted there to redirect the write) is removed first, and the
+// new file is created exclusively without following links. It gets the mode and, where the
+// process may set it, the owner of the file it will replace before anything is written to it,
+// so that a private settings file never becomes readable through a save.
+FILE* create_temporary(const std::string& tmp, const char* path) {
+  if (unlink(tmp.c_str()) != 0 && errno != ENOENT) return nullptr;
+  int fd = open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+  if (fd < 0) return nullptr;
+  struct stat target;
+  if (stat(path, &target) == 0 && S_ISREG(target.st_mode)) {
+    // The owner first: a change of owner clears the set-id bits that the mode then restores.
+    // An ordinary process may not give a file away; the group alone may still be allowed.
+    (void)(fchown(fd, target.st_uid, target.st_gid) == 0 || fchown(fd, (uid_t)-1, target.st_gid) == 0);
+    if (fchmod(fd, target.st_mode & 07777) != 0) {
+      int error = errno;
+      close(fd);
+      unlink(tmp.c_str());
+      errno = error;
+      return nullptr;
+    }
+  }
+  FILE* fp = fdopen(fd, "w");
+  if (fp == nullptr) {
+    int error = errno;
+    close(fd);
+    unlink(tmp.c_str());
+    errno = error;
+  }
+  return fp;
+}
+
+// Removes the temporary file of a failed save, keeping errno as the failure left it.
+void discard_temporary(const std::string& tmp) {
+  int error = errno;
+  unlink(tmp.c_str());
+  errno = error;
+}
+
 // Writes "%s.tmp" next to path and renames it over path; with `sync`, the file is synced
-// before the rename and the directory after it.
+// before the rename and the directory after it. A failure leaves errno at its reason.
 int save_atomically(const properties* p, const char* path, bool quiet, bool sync) {
   std::string tmp = std::string(path) + ".tmp";
-  FILE* fp = fopen(tmp.c_str(), "we");
+  FILE* fp = create_temporary(tmp, path);
   if (fp == nullptr) {
     report_save_error(quiet, tmp.c_str());
     return -1;
   }
   if (write_and_close(p, fp, sync) != 0) {
-    unlink(tmp.c_str());
+    discard_temporary(tmp);
     return -1;
   }
   if (rename(tmp.c_str(), path) != 0) {
-    if (!quiet) printf("Error: failed to move '%s' to '%s': %s\n", tmp.c_str(), path, strerror(errno));
-    unlink(tmp.c_str());
+    int error = errno;
+    if (!quiet) printf("Error: failed to move '%s' to '%s': %s\n", tmp.c_str(), path, strerror(error));
+    errno = error;
+    discard_temporary(tmp);
     return -1;
   }
   if (sync && !sync_directory_of(path)) {
-    if (!quiet) printf("Error: failed to sync base dir of '%s': %s\n", path, strerror(errno));
+    int error = errno;
+    if (!quiet) printf("Error: failed to sync base dir of '%s': %s\n", path, strerror(error));
+    errno = error;
     return -1;
   }
   return 0;

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "player/src/util/mt/container_utils.hpp"
 #include "player/src/util/mt/string_buffer.hpp"
 #include "player/src/util/mt/string_builder.hpp"
 
@@ -190,4 +191,47 @@ void string_builder_dump(const string_builder* sb, const char* prefix) {
     printf("    item #%d: %d,%d,%d: %.*s\n", i, item.start, item.begin, item.end, item.end - item.start,
            sb->buf + item.start);
   }
+}
+
+// Saved with the containers (see container_utils.h); kept here so that the assertion reports
+// name the builder.
+void string_builder_save(const string_builder* sb, properties* props, const char* prefix) {
+  if (sb == nullptr) return;
+  vona::Keys name(prefix);
+  properties_set_int(props, name("is_null"), 0);
+  properties_set_int(props, name("num_items"), sb->num_items);
+  int previous_end = 0;
+  for (int i = 0; i < sb->num_items; ++i) {
+    const string_builder_item& item = sb->items[i];
+    properties_set_seg(props, name("%d.segment", i), str_seg{sb->buf + previous_end, item.end - previous_end});
+    properties_set_int(props, name("%d.start", i), item.start);
+    properties_set_int(props, name("%d.begin", i), item.begin);
+    properties_set_int(props, name("%d.end", i), item.end);
+    previous_end = item.end;
+  }
+}
+
+string_builder* string_builder_restore(const properties* props, const char* prefix) {
+  vona::Keys name(prefix);
+  if (vona::restored_as_null(props, name)) return nullptr;
+  string_builder* t = string_builder_create();
+  int num_items = properties_get_int(props, name("num_items"), -1);
+  MY_ASSERT(num_items >= 0);
+  // Each item needs its own "%d.segment" entry, so a count beyond the container's entries
+  // can only end at the assertion on a missing segment: reserve no more than can be filled.
+  vona::string_builder_reserve_items(t, num_items < props->count ? num_items : props->count);
+  for (int i = 0; i < num_items; ++i) {
+    const char* str = properties_get(props, name("%d.segment", i));
+    MY_ASSERT(str);
+    vona::string_builder_append(t, str, (int)strlen(str));
+    int start = properties_get_int(props, name("%d.start", i), -1);
+    int begin = properties_get_int(props, name("%d.begin", i), -1);
+    int end = properties_get_int(props, name("%d.end", i), -1);
+    MY_ASSERT(start >= 0);
+    MY_ASSERT(begin >= start);
+    MY_ASSERT(end >= begin);
+    MY_ASSERT(end == t->buf_length);
+    vona::string_builder_add_item(t, start, begin, end);
+  }
+  return t;
 }
