@@ -53,6 +53,11 @@
 #include "player/src/util/mt/brace_url.h"
 #include "player/src/util/mt/url_type.h"
 
+/* Processes: running commands, collecting their output, the progress heartbeat */
+#include "player/src/util/mt/progress.h"
+#include "player/src/util/mt/cmd_buffer.h"
+#include "player/src/util/mt/cmd_utils.h"
+
 /* Firmware files and MPEG sections */
 #include "player/src/util/firmware_file.h"
 #include "player/src/util/mpeg_utils.h"
