@@ -1,7 +1,6 @@
 #include "player/src/util/mt/cmd_utils.h"
 
 #include <dirent.h>
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -9,8 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <initializer_list>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -21,10 +18,7 @@
 
 namespace {
 
-using testing::internal::CaptureStderr;
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStderr;
-using testing::internal::GetCapturedStdout;
+using namespace testing::internal;  // CaptureStdout, GetCapturedStdout and the same for stderr
 
 struct Args {
   string_array* sa = string_array_create_empty();
@@ -39,24 +33,22 @@ std::string text(cmd_result r) {
   return std::string(cmd_status_to_string(r.status)) + "/" + std::to_string(r.error) + "/" + std::to_string(r.exit_status);
 }
 
-// The number of lines of a log that contain a match of the pattern.
+// The number of log lines that contain a match of the pattern.
 int lines(const std::string& log, const std::string& pattern) {
-  std::regex re(pattern);
   std::istringstream in(log);
   int count = 0;
-  for (std::string line; std::getline(in, line);) count += std::regex_search(line, re) ? 1 : 0;
+  for (std::string line; std::getline(in, line);) count += std::regex_search(line, std::regex(pattern));
   return count;
 }
 
-// The pids of the processes whose parent is this test: zombies and strays alike.
+// The processes whose parent is this test, zombies included.
 std::vector<int> children() {
   std::vector<int> pids;
   DIR* proc = opendir("/proc");
   while (dirent* entry = readdir(proc)) {
     std::string stat = test::read_file(std::string("/proc/") + entry->d_name + "/stat");
-    size_t paren = stat.rfind(')');
     int ppid = 0;
-    if (paren != std::string::npos && sscanf(stat.c_str() + paren + 1, " %*c %d", &ppid) == 1 && ppid == getpid()) {
+    if (sscanf(stat.c_str() + stat.rfind(')') + 1, " %*c %d", &ppid) == 1 && ppid == getpid()) {
       pids.push_back(atoi(entry->d_name));
     }
   }
@@ -64,25 +56,21 @@ std::vector<int> children() {
   return pids;
 }
 
-// Records what an output callback is given, and cancels at a chosen call or quiet period.
+// Records the chunks given to an output callback; cancels at the n-th empty chunk or byte.
 struct Output {
-  std::string bytes;  // the one-byte chunks in order
-  int calls = 0, empty = 0, longer = 0;
-  int cancel_at_empty = 0;  // cancel at this empty chunk (1: the first call)
+  std::string bytes;
+  int empty = 0, cancel_at_empty = 0;
   size_t cancel_at_bytes = 0;
   static int record(void* user, const char* data, int length) {
     Output* o = static_cast<Output*>(user);
-    ++o->calls;
-    if (length == 0) ++o->empty;
-    else if (length == 1) o->bytes += *data;
-    else ++o->longer;
-    return (length == 0 && o->empty == o->cancel_at_empty) || (length == 1 && o->bytes.size() == o->cancel_at_bytes) ? 1 : 0;
+    o->empty += length == 0;
+    o->bytes += length > 1 ? std::string("<longer chunk>") : std::string(data, (size_t)length);
+    return (length == 0 && o->empty == o->cancel_at_empty) || (length && o->bytes.size() == o->cancel_at_bytes);
   }
   cmd_result run(const string_array* args) { return cmd_utils_run_cmd(args, record, this); }
 };
 
-// Feeds chunks to the child: a chunk stays until on_written takes it, then the next comes; after
-// the last one, empty chunks. Cancels from either callback when asked.
+// Offers each chunk until on_written takes it, then empty chunks; cancels where asked.
 struct Feed {
   std::vector<std::string> chunks;
   size_t next = 0, written = 0;
@@ -90,44 +78,30 @@ struct Feed {
   bool cancel_on_written = false;
   void (*before_first)(Feed*) = nullptr;
   std::string pid_file;
-
   static int produce(void* user, str_seg* chunk) {
     Feed* f = static_cast<Feed*>(user);
     if (f->produced++ == 0 && f->before_first) f->before_first(f);
     bool more = f->next < f->chunks.size();
     *chunk = more ? str_seg{f->chunks[f->next].data(), (int)f->chunks[f->next].size()} : str_seg{"", 0};
-    if (!more) usleep(1000);  // with CMD_WRITE_EMPTY_IS_IDLE the loop calls again at once
-    return f->produced == f->cancel_at_produce ? 1 : 0;
+    if (!more) usleep(1000);  // CMD_WRITE_EMPTY_IS_IDLE asks again at once
+    return f->produced == f->cancel_at_produce;
   }
   static int on_written(void* user, int count) {
     Feed* f = static_cast<Feed*>(user);
     f->written += (size_t)count;
     ++f->next;
-    return f->cancel_on_written ? 1 : 0;
+    return f->cancel_on_written;
   }
-  cmd_result run(const string_array* args, int flags) {
-    return cmd_utils_run_cmd_write(args, produce, on_written, this, flags);
-  }
+  cmd_result run(const string_array* args, int flags) { return cmd_utils_run_cmd_write(args, produce, on_written, this, flags); }
 };
 
-// Waits, without reaping it, until the only child of the test has exited.
+// Producers that wait first: until the child has exited (without reaping it), or has written its pid file.
 void wait_for_child_exit(Feed*) {
-  std::vector<int> pids = children();
-  ASSERT_EQ(1u, pids.size());
   siginfo_t info;
-  waitid(P_PID, (id_t)pids[0], &info, WEXITED | WNOWAIT);
+  waitid(P_PID, (id_t)children().at(0), &info, WEXITED | WNOWAIT);
 }
-
 void wait_for_pid_file(Feed* f) {
   while (access(f->pid_file.c_str(), F_OK) != 0) usleep(10000);
-}
-
-std::string binary_content() {
-  std::string content;
-  for (int round = 0; round < 40; ++round) {
-    for (int byte = 0; byte < 256; ++byte) content += (char)byte;
-  }
-  return content + "end";
 }
 
 class CmdUtils : public test::SandboxTest {
@@ -139,251 +113,204 @@ class CmdUtils : public test::SandboxTest {
 }  // namespace
 
 TEST(CmdStatus, NamesAndDumpLines) {
-  const char* names[] = {"OK", "Failed", "OpenFailed", "SelectFailed", "ReadFailed",
-                         "WriteFailed", "WaitFailed", "CloseFailed", "Cancelled"};
-  for (int s = 0; s <= 8; ++s) EXPECT_STREQ(names[s], cmd_status_to_string((cmd_status)s));
-  EXPECT_STREQ("!invalid!", cmd_status_to_string((cmd_status)9));
-  EXPECT_STREQ("!invalid!", cmd_status_to_string((cmd_status)-1));
-
   CaptureStdout();
-  cmd_result_dump({CMD_OK, 0, 3}, "a");
-  errno = ENOENT;  // the failure lines show the current errno, not the recorded error
-  cmd_result_dump({CMD_OPEN_FAILED, EPIPE, 0}, "b");
-  errno = ENOENT;
-  cmd_result_dump({CMD_CLOSE_FAILED, EPIPE, 0}, "c");
-  cmd_result_dump({CMD_FAILED, 0, 0}, "d");
-  cmd_result_dump({CMD_CANCELLED, 0, 0}, "e");
-  cmd_result_dump({(cmd_status)9, 0, 0}, "f");
-  EXPECT_EQ("a: OK (exit status = 3)\nb: OpenFailed (No such file or directory)\n"
-            "c: CloseFailed (No such file or directory)\nd: Failed\ne: Cancelled\nf: !invalid!\n",
+  for (int s = -1; s <= 9; ++s) {
+    errno = ENOENT;  // failures show the current errno, not the recorded one
+    cmd_result_dump({(cmd_status)s, EPIPE, 3}, cmd_status_to_string((cmd_status)s));
+  }
+  fflush(stdout);
+  EXPECT_EQ("!invalid!: !invalid!\nOK: OK (exit status = 3)\nFailed: Failed\n"
+            "OpenFailed: OpenFailed (No such file or directory)\nSelectFailed: SelectFailed (No such file or directory)\n"
+            "ReadFailed: ReadFailed (No such file or directory)\nWriteFailed: WriteFailed (No such file or directory)\n"
+            "WaitFailed: WaitFailed (No such file or directory)\nCloseFailed: CloseFailed (No such file or directory)\n"
+            "Cancelled: Cancelled\n!invalid!: !invalid!\n",
             GetCapturedStdout());
 }
 
 TEST_F(CmdUtils, OutputArrivesByteByByteWithNulsAsEmptyChunks) {
-  std::string content = binary_content();
-  test::write_file(file("bin"), content);
+  std::string content;
+  for (int i = 0; i < 10240; ++i) content += (char)i;
   std::string without_nuls = content;
   without_nuls.erase(std::remove(without_nuls.begin(), without_nuls.end(), '\0'), without_nuls.end());
-
+  test::write_file(file("bin"), content);
+  Args cat{"/bin/cat", file("bin")};
   Output out;
-  EXPECT_EQ("OK/0/0", text(out.run(Args{"/bin/cat", file("bin")})));
+  EXPECT_EQ("OK/0/0", text(out.run(cat)));
   EXPECT_EQ(without_nuls, out.bytes);
-  EXPECT_EQ(0, out.longer);
-  EXPECT_GE(out.empty, 1 + 40);  // the first call and one per NUL, plus any quiet periods
-
+  EXPECT_GE(out.empty, 1 + 40);  // the first call, one per NUL, and any quiet periods
   CaptureStdout();  // a capture echoes what it collects
-  EXPECT_EQ(without_nuls, test::take_string(run_cmd_and_capture_output(Args{"/bin/cat", file("bin")})));
+  EXPECT_EQ(without_nuls, test::take_string(run_cmd_and_capture_output(cat)));
   fflush(stdout);
   EXPECT_EQ(without_nuls, GetCapturedStdout());
   EXPECT_EQ("", test::take_string(run_cmd_and_capture_output(Args{"/bin/true"})));
 
-  // Standard output and error both come through the pipe; the exit code is the result's.
-  Output merged;
+  Output merged, killed, missing;
   EXPECT_EQ("OK/0/3", text(merged.run(Args{"/bin/sh", "-c", "echo out; echo err >&2; exit 3"})));
   EXPECT_EQ("out\nerr\n", merged.bytes);
+  EXPECT_EQ("Failed/0/0", text(killed.run(Args{"/bin/sh", "-c", "kill -KILL $$"})));
+  EXPECT_EQ("OK/0/1", text(missing.run(Args{"sh", "-c", "true"})));  // no PATH search
+  EXPECT_EQ("cmd_utils_popen(): execve(sh) failed!\n", missing.bytes);
 
-  // The stream of cmd_utils_popen carries every byte, NULs included.
-  pid_t pid = 0;
-  FILE* stream = cmd_utils_popen(Args{"/bin/cat", file("bin")}, "r", &pid, 0, 0);
-  ASSERT_NE(nullptr, stream);
-  std::string read_back(content.size() + 10, 'x');
+  pid_t pid = 0;  // the stream of cmd_utils_popen carries NULs too
+  FILE* stream = cmd_utils_popen(cat, "r", &pid, 0, 0);
+  std::string read_back(content.size() + 1, 'x');
   read_back.resize(fread(&read_back[0], 1, read_back.size(), stream));
   fclose(stream);
-  int status = 0;
-  EXPECT_EQ(pid, waitpid(pid, &status, 0));
+  EXPECT_EQ(pid, waitpid(pid, nullptr, 0));
   EXPECT_EQ(content, read_back);
-}
-
-TEST_F(CmdUtils, SignalsMissingProgramsAndBadArguments) {
-  Output killed;
-  EXPECT_EQ("Failed/0/0", text(killed.run(Args{"/bin/sh", "-c", "kill -KILL $$"})));
-
-  Output missing;  // no PATH search: the child reports the failed execve and exits with 1
-  EXPECT_EQ("OK/0/1", text(missing.run(Args{"sh", "-c", "true"})));
-  EXPECT_EQ("cmd_utils_popen(): execve(sh) failed!\n", missing.bytes);
-  CaptureStdout();
-  Feed quiet_feed;
-  EXPECT_EQ("OK/0/1", text(quiet_feed.run(Args{"/nonexistent/program"}, CMD_WRITE_QUIET)));
-  EXPECT_EQ("", GetCapturedStdout());
 
   Args none{};
   std::string module = "player/src/util/mt/cmd_utils";
   EXPECT_DEATH(Output().run(none), test::assertion_report(module, 0, "cmd_utils_run_cmd", "cmd_args->size >= 1"));
   EXPECT_DEATH(Feed().run(none, 0), test::assertion_report(module, 0, "cmd_utils_run_cmd_write", "cmd_args->size >= 1"));
-  pid_t pid;
-  EXPECT_DEATH(cmd_utils_popen(Args{"/bin/true"}, "x", &pid, 0, 0),
+  EXPECT_DEATH(cmd_utils_popen(cat, "x", &pid, 0, 0),
                test::assertion_report(module, 0, "cmd_utils_popen", "*type == 'r' || *type == 'w'"));
-
-  // Without free descriptors the pipe cannot be made.
   auto without_descriptors = [] {
     rlimit limit = {3, 3};
     setrlimit(RLIMIT_NOFILE, &limit);
     fprintf(stderr, "%s\n", text(Output().run(Args{"/bin/true"})).c_str());
     _exit(0);
   };
-  EXPECT_EXIT(without_descriptors(), testing::ExitedWithCode(0), "cmd_utils_popen\\(\\): pipe\\(\\) failure!\n.*OpenFailed/24/0");
+  EXPECT_EXIT(without_descriptors(), testing::ExitedWithCode(0), "pipe\\(\\) failure!\n.*OpenFailed/24/0");
 }
 
 TEST_F(CmdUtils, EveryCallbackCanCancelAndTheChildIsTerminated) {
   CaptureStderr();
-  Output first;  // cancelled on the very first call
+  Output first, silent, talkative;
   first.cancel_at_empty = 1;
-  EXPECT_EQ("Cancelled/0/0", text(first.run(Args{"/bin/sleep", "30"})));
-  Output silent;  // a silent child still gets a call with an empty chunk every 200 ms
-  silent.cancel_at_empty = 3;
-  EXPECT_EQ("Cancelled/0/0", text(silent.run(Args{"/bin/sleep", "30"})));
-  Output talkative;
+  silent.cancel_at_empty = 3;  // a silent child still gets an empty chunk every 200 ms
   talkative.cancel_at_bytes = 10;
+  EXPECT_EQ("Cancelled/0/0", text(first.run(Args{"/bin/sleep", "30"})));
+  EXPECT_EQ("Cancelled/0/0", text(silent.run(Args{"/bin/sleep", "30"})));
   EXPECT_EQ("Cancelled/0/0", text(talkative.run(Args{"/bin/sh", "-c", "while :; do echo y; done"})));
   EXPECT_EQ("y\ny\ny\ny\ny\n", talkative.bytes);
-
-  Feed at_produce;
-  at_produce.chunks = {"data"};
-  at_produce.cancel_at_produce = 1;
-  EXPECT_EQ("Cancelled/0/0", text(at_produce.run(Args{"/bin/cat"}, 0)));
-  Feed at_written;
+  Feed at_produce, at_written, quiet;
+  at_produce.cancel_at_produce = quiet.cancel_at_produce = 1;
   at_written.chunks = {"data", "more"};
   at_written.cancel_on_written = true;
+  EXPECT_EQ("Cancelled/0/0", text(at_produce.run(Args{"/bin/cat"}, 0)));
   EXPECT_EQ("Cancelled/0/0", text(at_written.run(Args{"/bin/cat"}, 0)));
+  EXPECT_EQ("Cancelled/0/0", text(quiet.run(Args{"/bin/cat"}, CMD_WRITE_QUIET)));
   EXPECT_EQ(4u, at_written.written);
   std::string log = GetCapturedStderr();
   EXPECT_EQ(2, lines(log, "Terminating process '/bin/sleep' \\(pid [0-9]+\\)$"));
   EXPECT_EQ(1, lines(log, "Terminating process '/bin/sh' "));
-  EXPECT_EQ(2, lines(log, "Terminating process '/bin/cat' "));
-
-  CaptureStderr();  // quiet: the same run without a line
-  Feed quiet;
-  quiet.cancel_at_produce = 1;
-  EXPECT_EQ("Cancelled/0/0", text(quiet.run(Args{"/bin/cat"}, CMD_WRITE_QUIET)));
-  EXPECT_EQ("", GetCapturedStderr());
+  EXPECT_EQ(2, lines(log, "Terminating process '/bin/cat' "));  // not the quiet one
 }
 
 TEST_F(CmdUtils, InputIsFedInChunks) {
-  std::string big(1 << 20, 'b');  // larger than the pipe: written while the child reads
+  signal(SIGPIPE, SIG_DFL);  // as a process starts; runs that failed left it ignored
+  std::string big(1 << 20, 'b');  // more than the pipe holds
   big[7] = '\0';
   for (int flags : {0, (int)CMD_WRITE_LINE_BUFFERED}) {
     Feed feed;
-    feed.chunks = {"abc", std::string("\0\1\n", 3), big, "end"};
+    feed.chunks = {"abc", std::string("\0\1\n", 3), big};
     EXPECT_EQ("OK/0/0", text(feed.run(Args{"/bin/sh", "-c", "exec cat > \"$0\"", file("in")}, flags)));
-    EXPECT_EQ(feed.chunks[0] + feed.chunks[1] + big + "end", test::read_file(file("in")));
-    EXPECT_EQ(9 + big.size(), feed.written);
+    EXPECT_EQ(feed.chunks[0] + feed.chunks[1] + big, test::read_file(file("in")));
+    EXPECT_EQ(6 + big.size(), feed.written);
   }
-
-  // Empty chunks mean "nothing yet" with CMD_WRITE_EMPTY_IS_IDLE; the run then ends when the
-  // child does (line-buffered, so that the command reaches the shell at once).
+  // With CMD_WRITE_EMPTY_IS_IDLE the feed waits for more; the run ends with the child.
   CaptureStderr();
-  Feed script;
+  Feed script, killer;
   script.chunks = {"echo fed > \"$1\"\n", "exit 4\n"};
+  killer.chunks = {"kill -KILL $$\n"};
   Args shell{"/bin/sh", "-s", file("out")};
   int flags = CMD_WRITE_EMPTY_IS_IDLE | CMD_WRITE_POLL_CHILD | CMD_WRITE_LINE_BUFFERED;
   EXPECT_EQ("OK/0/4", text(script.run(shell, flags)));
-  Feed killer;
-  killer.chunks = {"kill -KILL $$\n"};
   EXPECT_EQ("Failed/0/0", text(killer.run(shell, flags)));
   std::string log = GetCapturedStderr();
-  EXPECT_EQ(1, lines(log, "\\(loop\\) Child [0-9]+ exitted normally \\(0\\)$"));  // 0, not the exit code 4
+  EXPECT_EQ(1, lines(log, "\\(loop\\) Child [0-9]+ exitted normally \\(0\\)$"));  // 0, not 4
   EXPECT_EQ(1, lines(log, "\\(loop\\) Child [0-9]+ exitted abnormally \\(0\\)$"));
   EXPECT_EQ("fed\n", test::read_file(file("out")));
 
-  // Output to /dev/null: the child says so before it goes.
   CaptureStdout();
-  Feed to_null, to_stdout;
-  to_null.run(Args{"/bin/echo", "visible"}, CMD_WRITE_OUTPUT_TO_NULL);
-  to_stdout.run(Args{"/bin/echo", "visible"}, CMD_WRITE_QUIET);
-  EXPECT_EQ("Command: redirecting output to /dev/null\n\nvisible\n", GetCapturedStdout());
+  Feed().run(Args{"/bin/echo", "hidden"}, CMD_WRITE_OUTPUT_TO_NULL | CMD_WRITE_QUIET);
+  Feed().run(Args{"/bin/echo", "shown"}, CMD_WRITE_QUIET);
+  int saved_stdin = dup(0);  // without a standard input, /dev/null opens as 0 and nothing is redirected
+  close(0);
+  Feed().run(Args{"/bin/echo", "not hidden"}, CMD_WRITE_OUTPUT_TO_NULL | CMD_WRITE_QUIET);
+  dup2(saved_stdin, 0);
+  close(saved_stdin);
+  EXPECT_EQ("Command: redirecting output to /dev/null\n\nshown\nnot hidden\n", GetCapturedStdout());
+  EXPECT_EQ(SIG_DFL, signal(SIGPIPE, SIG_DFL));  // ignored during each run only
 }
 
 TEST_F(CmdUtils, ChildExitingBeforeItsInput) {
   CaptureStderr();
-  Feed small;  // the stream takes the byte; the close finds the pipe broken and carries on
-  small.chunks = {"x"};
-  small.before_first = wait_for_child_exit;
-  EXPECT_EQ("OK/0/5", text(small.run(Args{"/bin/sh", "-c", "exit 5"}, 0)));
-  Feed big;  // a write that reaches the pipe fails
-  big.chunks = {std::string(1 << 20, 'x')};
-  big.before_first = wait_for_child_exit;
-  EXPECT_EQ("WriteFailed/" + std::to_string(EPIPE) + "/0", text(big.run(Args{"/bin/sh", "-c", "exit 5"}, 0)));
-  Feed polled;  // noticed by the poll before anything is written
-  polled.chunks = {"x"};
-  polled.before_first = wait_for_child_exit;
-  EXPECT_EQ("OK/0/5", text(polled.run(Args{"/bin/sh", "-c", "exit 5"}, CMD_WRITE_POLL_CHILD)));
+  Feed small, big, polled;
+  small.chunks = polled.chunks = {"x"};  // taken by the stream; the close finds the pipe broken
+  big.chunks = {std::string(1 << 20, 'x')};  // reaches the pipe at once
+  small.before_first = big.before_first = polled.before_first = wait_for_child_exit;
+  Args exit5{"/bin/sh", "-c", "exit 5"};
+  EXPECT_EQ("OK/0/5", text(small.run(exit5, 0)));
+  EXPECT_EQ("WriteFailed/" + std::to_string(EPIPE) + "/0", text(big.run(exit5, 0)));
+  EXPECT_EQ("OK/0/5", text(polled.run(exit5, CMD_WRITE_POLL_CHILD)));  // seen before writing
   EXPECT_EQ(0u, polled.written);
   std::string log = GetCapturedStderr();
   EXPECT_LE(1, lines(log, "Warning: fclose\\(\\) of pipe failed with EPIPE; ignored$"));
   EXPECT_EQ(1, lines(log, "Terminating process '/bin/sh'"));
   EXPECT_EQ(2, lines(log, "\\(finalize\\) Child [0-9]+ exitted normally \\(0\\)$"));
-  EXPECT_EQ(1, lines(log, "\\(loop\\) Child [0-9]+ exitted normally \\(0\\)$"));
   EXPECT_EQ(SIG_IGN, signal(SIGPIPE, SIG_DFL));  // left ignored after the failed run
 }
 
 TEST_F(CmdUtils, WritingGivesUpOnAStuckChildAfterFiftyPolls) {
-  // Two runs at once (the functions share no state), about ten seconds each: one cancelled
-  // with a child that ignores SIGTERM, one whose child does not end after its input.
-  Feed cancelled, finished;
-  cancelled.pid_file = file("pid1");
-  cancelled.cancel_at_produce = 1;
-  finished.pid_file = file("pid2");
-  cancelled.before_first = finished.before_first = wait_for_pid_file;
-  const char* script = "trap '' TERM; echo $$ > \"$0.tmp\"; mv \"$0.tmp\" \"$0\"; exec sleep 60";
+  // Two runs at once, about ten seconds each: one cancelled with a child that ignores SIGTERM,
+  // one whose child does not end after its input.
+  Feed feeds[2];
   cmd_result results[2];
+  feeds[0].cancel_at_produce = 1;
+  auto run = [&](int i) {
+    feeds[i].pid_file = file(i ? "pid1" : "pid0");
+    feeds[i].before_first = wait_for_pid_file;
+    const char* script = "trap '' TERM; echo $$ > \"$0.tmp\"; mv \"$0.tmp\" \"$0\"; exec sleep 60";
+    results[i] = feeds[i].run(Args{"/bin/sh", "-c", script, feeds[i].pid_file}, 0);
+  };
   CaptureStderr();
-  std::thread first([&] { results[0] = cancelled.run(Args{"/bin/sh", "-c", script, cancelled.pid_file}, 0); });
-  results[1] = finished.run(Args{"/bin/sh", "-c", script, finished.pid_file}, 0);
+  std::thread first(run, 0);
+  run(1);
   first.join();
   std::string log = GetCapturedStderr();
-  EXPECT_EQ("Cancelled/0/0", text(results[0]));
-  EXPECT_EQ("WaitFailed/11/0", text(results[1]));
-  for (const Feed* feed : {&cancelled, &finished}) {
-    int pid = atoi(test::read_file(feed->pid_file).c_str());
-    std::string waiting = "still waiting for '/bin/sh' (pid " + std::to_string(pid) + ")...\n";
-    size_t at = log.find(waiting);
-    EXPECT_NE(std::string::npos, at);  // at the 20th and the 40th poll
-    EXPECT_NE(std::string::npos, log.find(waiting, at + 1));
-    EXPECT_EQ(std::string::npos, log.find(waiting, log.find(waiting, at + 1) + 1));
-    EXPECT_EQ(0, kill(pid, 0)) << "the stuck child is the caller's to end";
-    kill(-pid, SIGKILL);
-    waitpid(pid, nullptr, 0);
-  }
+  EXPECT_EQ("Cancelled/0/0 WaitFailed/11/0", text(results[0]) + " " + text(results[1]));
   EXPECT_EQ(1, lines(log, "Terminating process '/bin/sh'"));
   EXPECT_EQ(2, lines(log, "Warning: breaking infinite loop\\.$"));
+  for (const Feed& feed : feeds) {
+    int pid = atoi(test::read_file(feed.pid_file).c_str());
+    EXPECT_EQ(2, lines(log, "still waiting for '/bin/sh' \\(pid " + std::to_string(pid) + "\\)\\.\\.\\.$"));
+    EXPECT_EQ(0, kill(-pid, SIGKILL)) << "the stuck child is the caller's to end";
+    waitpid(pid, nullptr, 0);
+  }
 }
 
 TEST_F(CmdUtils, ALostChildIsAFailedWaitOrACancelledFeed) {
-  // With SIGCHLD ignored the kernel reaps children itself and waitpid fails with ECHILD.
-  struct sigaction ignore = {}, previous;
+  struct sigaction ignore = {}, previous;  // the kernel reaps the children; waitpid fails
   ignore.sa_handler = SIG_IGN;
   sigaction(SIGCHLD, &ignore, &previous);
   CaptureStderr();
-  Output out;
-  cmd_result read = out.run(Args{"/bin/true"});
   Feed polled;
   polled.before_first = wait_for_child_exit;
-  cmd_result poll = polled.run(Args{"/bin/sh", "-c", "sleep 0.2"}, CMD_WRITE_EMPTY_IS_IDLE | CMD_WRITE_POLL_CHILD);
-  cmd_result finalize = Feed().run(Args{"/bin/sh", "-c", "sleep 0.2"}, 0);
+  std::string read = text(Output().run(Args{"/bin/true"}));
+  std::string poll = text(polled.run(Args{"/bin/sh", "-c", "sleep 0.2"}, CMD_WRITE_POLL_CHILD));
+  std::string finalize = text(Feed().run(Args{"/bin/sh", "-c", "sleep 0.2"}, 0));
   std::string log = GetCapturedStderr();
   sigaction(SIGCHLD, &previous, nullptr);
-  EXPECT_EQ("WaitFailed/" + std::to_string(ECHILD) + "/0", text(read));
-  EXPECT_EQ("Cancelled/0/0", text(poll));
-  EXPECT_EQ("Cancelled/0/0", text(finalize));
-  EXPECT_EQ(3, lines(log, "waitpid\\([0-9]+\\) failed: No child processes$"));  // feed poll, its finalize, finalize
+  EXPECT_EQ("WaitFailed/" + std::to_string(ECHILD) + "/0", read);
+  EXPECT_EQ("Cancelled/0/0", poll);
+  EXPECT_EQ("Cancelled/0/0", finalize);
+  EXPECT_EQ(3, lines(log, "waitpid\\([0-9]+\\) failed: No child processes$"));  // in the loop, finalize, finalize
 }
 
 TEST_F(CmdUtils, ChildrenGetNoDescriptorWhenCloseOnExecIsAsked) {
-  int leaked = dup2(2, 100), spared = dup2(2, 101);  // dup2 leaves the copies inheritable
-  ASSERT_EQ(100, leaked);
-  Args list_to_file{"/bin/sh", "-c", "exec ls /proc/self/fd > \"$0\"", file("fds")};
-  // ls lists 0-2, its own directory descriptor 3 and whatever it inherited.
-  Feed plain;
-  plain.run(list_to_file, 0);
+  int leaked = dup2(2, 100), spared = dup2(2, 101);  // inheritable copies
+  Args list{"/bin/sh", "-c", "exec ls /proc/self/fd > \"$0\"", file("fds")};  // ls adds its own 3
+  Feed().run(list, 0);
   EXPECT_NE(std::string::npos, test::read_file(file("fds")).find("\n100\n101\n"));
-  Feed cloexec;
-  cloexec.run(list_to_file, CMD_WRITE_CLOEXEC);
+  Feed().run(list, CMD_WRITE_CLOEXEC);
   EXPECT_EQ("0\n1\n2\n3\n", test::read_file(file("fds")));
 
-  dup2(2, 100);
-  dup2(2, 101);
-  set_cloexec_flag_for_all_fds_except_one(101);
-  Output listing;  // the reading pipe itself is close-on-exec as well
+  dup2(2, leaked);
+  dup2(2, spared);
+  set_cloexec_flag_for_all_fds_except_one(spared);
+  Output listing;  // the reading pipe is close-on-exec as well
   listing.run(Args{"/bin/sh", "-c", "exec ls /proc/self/fd < /dev/null"});
   EXPECT_EQ("0\n1\n101\n2\n3\n", listing.bytes);
   CaptureStderr();
@@ -403,12 +330,10 @@ TEST_F(CmdUtils, ChildrenGetNoDescriptorWhenCloseOnExecIsAsked) {
 }
 
 TEST_F(CmdUtils, ToolRunsAProgramAndExitsWithItsStatus) {
-  std::string output;
-  EXPECT_EQ(3, test::run_tool("run -- /bin/sh -c 'echo hi; exit 3'", &output));
-  EXPECT_EQ("hi\n/bin/sh: OK (exit status = 3)\n", output);
-  EXPECT_EQ(0, test::run_tool("run --quiet /bin/echo a b", &output));
-  EXPECT_EQ("a b\n", output);
-  EXPECT_EQ(1, test::run_tool("run -- /bin/sh -c 'kill -KILL $$'", &output));
-  EXPECT_EQ("/bin/sh: Failed\n", output);
-  EXPECT_EQ(2, test::run_tool("run --", &output));
+  std::string out, quiet, killed;
+  EXPECT_EQ(3, test::run_tool("run -- /bin/sh -c 'echo hi; exit 3'", &out));
+  EXPECT_EQ(0, test::run_tool("run --quiet /bin/echo a b", &quiet));
+  EXPECT_EQ(1, test::run_tool("run -- /bin/sh -c 'kill -KILL $$'", &killed));
+  EXPECT_EQ(2, test::run_tool("run --"));
+  EXPECT_EQ("hi\n/bin/sh: OK (exit status = 3)\n|a b\n|/bin/sh: Failed\n", out + "|" + quiet + "|" + killed);
 }

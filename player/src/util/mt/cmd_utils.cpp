@@ -100,10 +100,10 @@ void nap_until_exit(pid_t pid, long& step_us) {
 // that interrupts the wait is not a failure of the pipe: the wait starts again.
 int wait_for_pipe(int fd, short events) {
   pollfd entry = {fd, events, 0};
-  for (;;) {
-    int ready = poll(&entry, 1, kPeriodUs / 1000);
-    if (ready >= 0 || errno != EINTR) return ready > 0 ? 1 : ready;
-  }
+  int ready;
+  do ready = poll(&entry, 1, kPeriodUs / 1000);
+  while (ready < 0 && errno == EINTR);
+  return ready;
 }
 
 // The child's side of cmd_utils_popen. Only descriptor calls and unbuffered writes happen
@@ -187,8 +187,9 @@ Failure read_output(int fd, Sink& sink) {
       }
       continue;
     }
-    ssize_t count = read(fd, block, kReadBlock);
-    if (count < 0 && errno == EINTR) continue;
+    ssize_t count;
+    do count = read(fd, block, kReadBlock);
+    while (count < 0 && errno == EINTR);
     if (count == 0) break;
     if (count < 0) {
       failure = {CMD_READ_FAILED, errno};
