@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -198,6 +199,30 @@ TEST_F(CmdUtils, EveryCallbackCanCancelAndTheChildIsTerminated) {
   EXPECT_EQ(2, lines(log, "Terminating process '/bin/cat' "));  // not the quiet one
 }
 
+TEST_F(CmdUtils, SignalsOfTheCallerDoNotDisturbTheRun) {
+  // A timer interrupts every wait of the loop, and this thread blocks SIGTERM: quiet periods are
+  // still seen, and the child still ends on SIGTERM (or it would be waited for with a log line).
+  struct sigaction tick = {}, previous;
+  tick.sa_handler = [](int) {};
+  sigaction(SIGALRM, &tick, &previous);
+  sigset_t term, mask;
+  sigemptyset(&term);
+  sigaddset(&term, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &term, &mask);
+  itimerval every_10ms = {{0, 10000}, {0, 10000}}, off = {};
+  setitimer(ITIMER_REAL, &every_10ms, nullptr);
+  Output silent;
+  silent.cancel_at_empty = 3;
+  CaptureStderr();
+  std::string result = text(silent.run(Args{"/bin/sleep", "6"}));
+  std::string log = GetCapturedStderr();
+  setitimer(ITIMER_REAL, &off, nullptr);
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+  sigaction(SIGALRM, &previous, nullptr);
+  EXPECT_EQ("Cancelled/0/0", result);
+  EXPECT_EQ(0, lines(log, "still waiting"));
+}
+
 TEST_F(CmdUtils, InputIsFedInChunks) {
   signal(SIGPIPE, SIG_DFL);  // as a process starts; runs that failed left it ignored
   std::string big(1 << 20, 'b');  // more than the pipe holds
@@ -275,6 +300,7 @@ TEST_F(CmdUtils, WritingGivesUpOnAStuckChildAfterFiftyPolls) {
   EXPECT_EQ(2, lines(log, "Warning: breaking infinite loop\\.$"));
   for (const Feed& feed : feeds) {
     int pid = atoi(test::read_file(feed.pid_file).c_str());
+    ASSERT_GT(pid, 1);  // never kill(0) or kill(-1)
     EXPECT_EQ(2, lines(log, "still waiting for '/bin/sh' \\(pid " + std::to_string(pid) + "\\)\\.\\.\\.$"));
     EXPECT_EQ(0, kill(-pid, SIGKILL)) << "the stuck child is the caller's to end";
     waitpid(pid, nullptr, 0);

@@ -77,7 +77,8 @@ void terminate(pid_t pid, const char* name, bool quiet) {
 
 void sleep_us(long us) {
   timespec pause = {us / 1000000, (us % 1000000) * 1000};
-  nanosleep(&pause, nullptr);  // an interrupted pause only makes the next poll earlier
+  while (nanosleep(&pause, &pause) != 0 && errno == EINTR) {
+  }
 }
 
 // Sleeps up to one period, returning as soon as the child has ended (it is left for the
@@ -96,14 +97,23 @@ void nap_until_exit(pid_t pid, long& step_us) {
   }
 }
 
+long long monotonic_ms() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return (long long)now.tv_sec * 1000 + now.tv_nsec / 1000000;
+}
+
 // Waits up to one period for the pipe: 1 ready, 0 timed out, -1 failed (errno set). A signal
-// that interrupts the wait is not a failure of the pipe: the wait starts again.
+// that interrupts the wait is not a failure of the pipe: the wait goes on for the rest of the
+// period (not a new one, or a caller that gets signals often would never see a time-out).
 int wait_for_pipe(int fd, short events) {
   pollfd entry = {fd, events, 0};
-  int ready;
-  do ready = poll(&entry, 1, kPeriodUs / 1000);
-  while (ready < 0 && errno == EINTR);
-  return ready;
+  long long deadline = monotonic_ms() + kPeriodUs / 1000;
+  for (;;) {
+    long long left = deadline - monotonic_ms();
+    int ready = poll(&entry, 1, left > 0 ? (int)left : 0);
+    if (ready != -1 || errno != EINTR) return ready;
+  }
 }
 
 // The child's side of cmd_utils_popen. Only descriptor calls and unbuffered writes happen
@@ -111,6 +121,10 @@ int wait_for_pipe(int fd, short events) {
 VONA_NORETURN void run_child(const string_array* cmd_args, bool reading, int ends[2], bool quiet,
                              bool output_to_null) {
   setpgid(0, 0);
+  // Signals that a thread of the caller blocks would stay blocked in the program (SIGTERM too).
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
   // A parent without standard descriptors may have got pipe ends among 0 to 2: move them up so
   // that the redirections below cannot overwrite them.
   for (int i = 0; i < 2; ++i) {
