@@ -1,6 +1,7 @@
 #include "player/src/util/mt/cmd_utils.h"
 
 #include <dirent.h>
+#include <regex.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/time.h>
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -34,11 +34,14 @@ std::string text(cmd_result r) {
   return std::string(cmd_status_to_string(r.status)) + "/" + std::to_string(r.error) + "/" + std::to_string(r.exit_status);
 }
 
-// The number of log lines that contain a match of the pattern.
+// The number of log lines that contain a match of the pattern (POSIX extended).
 int lines(const std::string& log, const std::string& pattern) {
+  regex_t re;
+  regcomp(&re, pattern.c_str(), REG_EXTENDED | REG_NOSUB);
   std::istringstream in(log);
   int count = 0;
-  for (std::string line; std::getline(in, line);) count += std::regex_search(line, std::regex(pattern));
+  for (std::string line; std::getline(in, line);) count += regexec(&re, line.c_str(), 0, nullptr, 0) == 0;
+  regfree(&re);
   return count;
 }
 
@@ -115,12 +118,12 @@ class CmdUtils : public test::SandboxTest {
 
 TEST(CmdStatus, NamesAndDumpLines) {
   CaptureStdout();
-  for (int s = -1; s <= 9; ++s) {
+  for (int s = 0; s <= 9; ++s) {
     errno = ENOENT;  // failures show the current errno, not the recorded one
     cmd_result_dump({(cmd_status)s, EPIPE, 3}, cmd_status_to_string((cmd_status)s));
   }
   fflush(stdout);
-  EXPECT_EQ("!invalid!: !invalid!\nOK: OK (exit status = 3)\nFailed: Failed\n"
+  EXPECT_EQ("OK: OK (exit status = 3)\nFailed: Failed\n"
             "OpenFailed: OpenFailed (No such file or directory)\nSelectFailed: SelectFailed (No such file or directory)\n"
             "ReadFailed: ReadFailed (No such file or directory)\nWriteFailed: WriteFailed (No such file or directory)\n"
             "WaitFailed: WaitFailed (No such file or directory)\nCloseFailed: CloseFailed (No such file or directory)\n"
