@@ -53,7 +53,7 @@
 #include "player/src/util/mt/brace_url.h"
 #include "player/src/util/mt/url_type.h"
 
-/* Processes: running commands, collecting their output, the progress heartbeat */
+/* Processes: running commands and collecting their output (progress.h: the heartbeat they call) */
 #include "player/src/util/mt/progress.h"
 #include "player/src/util/mt/cmd_buffer.h"
 #include "player/src/util/mt/cmd_utils.h"

@@ -31,7 +31,8 @@ struct Args {
 };
 
 std::string text(cmd_result r) {
-  return std::string(cmd_status_to_string(r.status)) + "/" + std::to_string(r.error) + "/" + std::to_string(r.exit_status);
+  return std::string(cmd_status_to_string(r.status)) + "/" + std::to_string(r.error) + "/" +
+         std::to_string(r.exit_status);
 }
 
 // The number of log lines that contain a match of the pattern (POSIX extended).
@@ -96,7 +97,9 @@ struct Feed {
     ++f->next;
     return f->cancel_on_written;
   }
-  cmd_result run(const string_array* args, int flags) { return cmd_utils_run_cmd_write(args, produce, on_written, this, flags); }
+  cmd_result run(const string_array* args, int flags) {
+    return cmd_utils_run_cmd_write(args, produce, on_written, this, flags);
+  }
 };
 
 // Producers that wait first: until the child has exited (without reaping it), or has written its pid file.
@@ -124,7 +127,8 @@ TEST(CmdStatus, NamesAndDumpLines) {
   }
   fflush(stdout);
   EXPECT_EQ("OK: OK (exit status = 3)\nFailed: Failed\n"
-            "OpenFailed: OpenFailed (No such file or directory)\nSelectFailed: SelectFailed (No such file or directory)\n"
+            "OpenFailed: OpenFailed (No such file or directory)\n"
+            "SelectFailed: SelectFailed (No such file or directory)\n"
             "ReadFailed: ReadFailed (No such file or directory)\nWriteFailed: WriteFailed (No such file or directory)\n"
             "WaitFailed: WaitFailed (No such file or directory)\nCloseFailed: CloseFailed (No such file or directory)\n"
             "Cancelled: Cancelled\n!invalid!: !invalid!\n",
@@ -166,7 +170,8 @@ TEST_F(CmdUtils, OutputArrivesByteByByteWithNulsAsEmptyChunks) {
   Args none{};
   std::string module = "player/src/util/mt/cmd_utils";
   EXPECT_DEATH(Output().run(none), test::assertion_report(module, 0, "cmd_utils_run_cmd", "cmd_args->size >= 1"));
-  EXPECT_DEATH(Feed().run(none, 0), test::assertion_report(module, 0, "cmd_utils_run_cmd_write", "cmd_args->size >= 1"));
+  EXPECT_DEATH(Feed().run(none, 0),
+               test::assertion_report(module, 0, "cmd_utils_run_cmd_write", "cmd_args->size >= 1"));
   EXPECT_DEATH(cmd_utils_popen(cat, "x", &pid, 0, 0),
                test::assertion_report(module, 0, "cmd_utils_popen", "*type == 'r' || *type == 'w'"));
   auto without_descriptors = [] {
@@ -283,7 +288,14 @@ TEST_F(CmdUtils, ChildExitingBeforeItsInput) {
 
 TEST_F(CmdUtils, WritingGivesUpOnAStuckChildAfterFiftyPolls) {
   // Two runs at once, about ten seconds each: one cancelled with a child that ignores SIGTERM,
-  // one whose child does not end after its input.
+  // one whose child does not end after its input. Beside them, a reading run waits for its own
+  // child that ignores SIGTERM as long as it takes (here until its sleep of 5 s is over).
+  Output reading;
+  reading.cancel_at_bytes = 6;
+  std::string read_result;
+  std::thread third([&] {
+    read_result = text(reading.run(Args{"/usr/bin/sh", "-c", "trap '' TERM; echo ready; sleep 5; echo gone"}));
+  });
   Feed feeds[2];
   cmd_result results[2];
   feeds[0].cancel_at_produce = 1;
@@ -297,8 +309,12 @@ TEST_F(CmdUtils, WritingGivesUpOnAStuckChildAfterFiftyPolls) {
   std::thread first(run, 0);
   run(1);
   first.join();
+  third.join();
   std::string log = GetCapturedStderr();
-  EXPECT_EQ("Cancelled/0/0 WaitFailed/11/0", text(results[0]) + " " + text(results[1]));
+  EXPECT_EQ("Cancelled/0/0 WaitFailed/11/0 Cancelled/0/0",
+            text(results[0]) + " " + text(results[1]) + " " + read_result);
+  EXPECT_EQ("ready\n", reading.bytes);
+  EXPECT_LE(1, lines(log, "still waiting for '/usr/bin/sh' \\(pid [0-9]+\\)\\.\\.\\.$"));
   EXPECT_EQ(1, lines(log, "Terminating process '/bin/sh'"));
   EXPECT_EQ(2, lines(log, "Warning: breaking infinite loop\\.$"));
   for (const Feed& feed : feeds) {

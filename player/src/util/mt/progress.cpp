@@ -1,32 +1,15 @@
 #include "player/src/util/mt/progress.h"
 
-#include <cstdlib>
-
 #include "player/src/util/mt/thread_key.hpp"
 
 namespace {
-
-struct Heartbeat {
-  progress_heartbeat_func func;
-  void* user;
-};
-
-vona::ThreadKey heartbeat_key{free};
-
+// The callback itself is the thread's value: nothing to free at thread exit.
+vona::ThreadKey heartbeat_key{nullptr};
 }  // namespace
 
-void set_progress_heartbeat_func(progress_heartbeat_func func, void* user) {
-  Heartbeat* heartbeat = static_cast<Heartbeat*>(heartbeat_key.get());
-  if (heartbeat == nullptr) {
-    if (func == nullptr) return;
-    heartbeat = static_cast<Heartbeat*>(malloc(sizeof *heartbeat));
-    heartbeat_key.set(heartbeat);
-  }
-  heartbeat->func = func;
-  heartbeat->user = user;
-}
+void set_progress_heartbeat_func(progress_heartbeat_func func) { heartbeat_key.set(reinterpret_cast<void*>(func)); }
 
 void progress_heartbeat(void) {
-  const Heartbeat* heartbeat = static_cast<const Heartbeat*>(heartbeat_key.get());
-  if (heartbeat && heartbeat->func) heartbeat->func(heartbeat->user);
+  auto func = reinterpret_cast<progress_heartbeat_func>(heartbeat_key.get());
+  if (func != nullptr) func();
 }

@@ -1,6 +1,8 @@
-/* The progress heartbeat: long waits of the library (command output, IPC polls, mounts)
- * call progress_heartbeat() now and then, so that a thread can keep its progress display
- * or watchdog alive while it is blocked in the library. */
+/* The progress heartbeat: long waits of the library (an IPC client waiting for its answer)
+ * call progress_heartbeat on every poll, so that the thread's owner can keep a progress
+ * indicator moving or a watchdog fed while the library blocks that thread.
+ *
+ * Each thread installs its own callback; a thread without one gets no calls. */
 #ifndef VONAUTIL_PROGRESS_H
 #define VONAUTIL_PROGRESS_H
 
@@ -8,13 +10,11 @@
 
 VONA_BEGIN_DECLS
 
-typedef void (*progress_heartbeat_func)(void* user);
+typedef void (*progress_heartbeat_func)(void);
 
-/* Installs the calling thread's heartbeat callback and its user pointer; null removes it.
- * Other threads are not affected. */
-void set_progress_heartbeat_func(progress_heartbeat_func func, void* user);
-
-/* Calls the calling thread's heartbeat callback; does nothing when none is installed. */
+/* Installs the calling thread's heartbeat callback; null removes it. */
+void set_progress_heartbeat_func(progress_heartbeat_func func);
+/* Calls the calling thread's callback; does nothing when the thread has none. */
 void progress_heartbeat(void);
 
 VONA_END_DECLS
