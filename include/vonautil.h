@@ -62,8 +62,11 @@
 #include "player/src/util/mt/brace_url.h"
 #include "player/src/util/mt/url_type.h"
 
-/* Processes and IPC: request files, progress heartbeat, top-level commands, application switcher */
+/* Processes and IPC: running commands and collecting their output, the progress heartbeat,
+ * request files, top-level commands, application switcher */
 #include "player/src/util/mt/progress.h"
+#include "player/src/util/mt/cmd_buffer.h"
+#include "player/src/util/mt/cmd_utils.h"
 #include "player/src/util/mt/simple_ipc_client.h"
 #include "player/src/util/simple_ipc_server.h"
 #include "player/src/util/top_level_command.h"

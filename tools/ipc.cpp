@@ -226,6 +226,6 @@ void demo_ipc() {
 
 }  // namespace
 
-TOOL_DEMO_STEP(70, "IPC: a server process answering requests in order", demo_ipc);
+TOOL_DEMO_STEP(66, "IPC: a server process answering requests in order", demo_ipc);
 
 }  // namespace tool

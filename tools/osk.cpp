@@ -341,7 +341,7 @@ void demo_osk() {
   printf("\n$ vonautil osk render --lang ru -o ru.svg\nwrote the picture of the Russian layout to %s\n", svg.c_str());
 }
 
-TOOL_DEMO_STEP(70, "On-screen keyboards: a shipped layout, its dump and a broken copy", demo_osk);
+TOOL_DEMO_STEP(75, "On-screen keyboards: a shipped layout, its dump and a broken copy", demo_osk);
 
 }  // namespace
 }  // namespace tool

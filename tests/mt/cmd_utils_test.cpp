@@ -1,0 +1,384 @@
+#include "player/src/util/mt/cmd_utils.h"
+
+#include <dirent.h>
+#include <regex.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "test_support.hpp"
+
+namespace {
+
+using namespace testing::internal;  // CaptureStdout, GetCapturedStdout and the same for stderr
+
+struct Args {
+  string_array* sa = string_array_create_empty();
+  Args(std::initializer_list<std::string> items) {
+    for (const std::string& item : items) string_array_add(sa, item.c_str());
+  }
+  ~Args() { string_array_free(sa); }
+  operator const string_array*() const { return sa; }
+};
+
+std::string text(cmd_result r) {
+  return std::string(cmd_status_to_string(r.status)) + "/" + std::to_string(r.error) + "/" +
+         std::to_string(r.exit_status);
+}
+
+// The number of log lines that contain a match of the pattern (POSIX extended).
+int lines(const std::string& log, const std::string& pattern) {
+  regex_t re;
+  regcomp(&re, pattern.c_str(), REG_EXTENDED | REG_NOSUB);
+  std::istringstream in(log);
+  int count = 0;
+  for (std::string line; std::getline(in, line);) count += regexec(&re, line.c_str(), 0, nullptr, 0) == 0;
+  regfree(&re);
+  return count;
+}
+
+// The processes whose parent is this test, zombies included.
+std::vector<int> children() {
+  std::vector<int> pids;
+  DIR* proc = opendir("/proc");
+  while (dirent* entry = readdir(proc)) {
+    std::string stat = test::read_file(std::string("/proc/") + entry->d_name + "/stat");
+    int ppid = 0;
+    if (sscanf(stat.c_str() + stat.rfind(')') + 1, " %*c %d", &ppid) == 1 && ppid == getpid()) {
+      pids.push_back(atoi(entry->d_name));
+    }
+  }
+  closedir(proc);
+  return pids;
+}
+
+// Records the chunks given to an output callback; cancels at the n-th empty chunk or byte.
+struct Output {
+  std::string bytes;
+  int empty = 0, cancel_at_empty = 0;
+  size_t cancel_at_bytes = 0;
+  static int record(void* user, const char* data, int length) {
+    Output* o = static_cast<Output*>(user);
+    o->empty += length == 0;
+    o->bytes += length > 1 ? std::string("<longer chunk>") : std::string(data, (size_t)length);
+    return (length == 0 && o->empty == o->cancel_at_empty) || (length && o->bytes.size() == o->cancel_at_bytes);
+  }
+  cmd_result run(const string_array* args) { return cmd_utils_run_cmd(args, record, this); }
+};
+
+// Offers each chunk until on_written takes it, then empty chunks; cancels where asked.
+struct Feed {
+  std::vector<std::string> chunks;
+  size_t next = 0, written = 0;
+  int produced = 0, cancel_at_produce = 0;
+  bool cancel_on_written = false;
+  void (*before_first)(Feed*) = nullptr;
+  std::string pid_file;
+  static int produce(void* user, str_seg* chunk) {
+    Feed* f = static_cast<Feed*>(user);
+    if (f->produced++ == 0 && f->before_first) f->before_first(f);
+    bool more = f->next < f->chunks.size();
+    *chunk = more ? str_seg{f->chunks[f->next].data(), (int)f->chunks[f->next].size()} : str_seg{"", 0};
+    if (!more) usleep(1000);  // CMD_WRITE_EMPTY_IS_IDLE asks again at once
+    return f->produced == f->cancel_at_produce;
+  }
+  static int on_written(void* user, int count) {
+    Feed* f = static_cast<Feed*>(user);
+    f->written += (size_t)count;
+    ++f->next;
+    return f->cancel_on_written;
+  }
+  cmd_result run(const string_array* args, int flags) {
+    return cmd_utils_run_cmd_write(args, produce, on_written, this, flags);
+  }
+};
+
+// Producers that wait first: until the child has exited (without reaping it), or has written its pid file.
+void wait_for_child_exit(Feed*) {
+  siginfo_t info;
+  waitid(P_PID, (id_t)children().at(0), &info, WEXITED | WNOWAIT);
+}
+void wait_for_pid_file(Feed* f) {
+  while (access(f->pid_file.c_str(), F_OK) != 0) usleep(10000);
+}
+
+class CmdUtils : public test::SandboxTest {
+ protected:
+  void TearDown() override { EXPECT_TRUE(children().empty()) << "a child was left behind"; }
+  std::string file(const char* name) { return sandbox.root() + "/" + name; }
+};
+
+}  // namespace
+
+TEST(CmdStatus, NamesAndDumpLines) {
+  CaptureStdout();
+  for (int s = 0; s <= 9; ++s) {
+    errno = ENOENT;  // failures show the current errno, not the recorded one
+    cmd_result_dump({(cmd_status)s, EPIPE, 3}, cmd_status_to_string((cmd_status)s));
+  }
+  fflush(stdout);
+  EXPECT_EQ("OK: OK (exit status = 3)\nFailed: Failed\n"
+            "OpenFailed: OpenFailed (No such file or directory)\n"
+            "SelectFailed: SelectFailed (No such file or directory)\n"
+            "ReadFailed: ReadFailed (No such file or directory)\nWriteFailed: WriteFailed (No such file or directory)\n"
+            "WaitFailed: WaitFailed (No such file or directory)\nCloseFailed: CloseFailed (No such file or directory)\n"
+            "Cancelled: Cancelled\n!invalid!: !invalid!\n",
+            GetCapturedStdout());
+}
+
+TEST_F(CmdUtils, OutputArrivesByteByByteWithNulsAsEmptyChunks) {
+  std::string content;
+  for (int i = 0; i < 10240; ++i) content += (char)i;
+  std::string without_nuls = content;
+  without_nuls.erase(std::remove(without_nuls.begin(), without_nuls.end(), '\0'), without_nuls.end());
+  test::write_file(file("bin"), content);
+  Args cat{"/bin/cat", file("bin")};
+  Output out;
+  EXPECT_EQ("OK/0/0", text(out.run(cat)));
+  EXPECT_EQ(without_nuls, out.bytes);
+  EXPECT_GE(out.empty, 1 + 40);  // the first call, one per NUL, and any quiet periods
+  CaptureStdout();  // a capture echoes what it collects
+  EXPECT_EQ(without_nuls, test::take_string(run_cmd_and_capture_output(cat)));
+  fflush(stdout);
+  EXPECT_EQ(without_nuls, GetCapturedStdout());
+  EXPECT_EQ("", test::take_string(run_cmd_and_capture_output(Args{"/bin/true"})));
+
+  Output merged, killed, missing;
+  EXPECT_EQ("OK/0/3", text(merged.run(Args{"/bin/sh", "-c", "echo out; echo err >&2; exit 3"})));
+  EXPECT_EQ("out\nerr\n", merged.bytes);
+  EXPECT_EQ("Failed/0/0", text(killed.run(Args{"/bin/sh", "-c", "kill -KILL $$"})));
+  EXPECT_EQ("OK/0/1", text(missing.run(Args{"sh", "-c", "true"})));  // no PATH search
+  EXPECT_EQ("cmd_utils_popen(): execve(sh) failed!\n", missing.bytes);
+
+  pid_t pid = 0;  // the stream of cmd_utils_popen carries NULs too
+  FILE* stream = cmd_utils_popen(cat, "r", &pid, 0, 0);
+  std::string read_back(content.size() + 1, 'x');
+  read_back.resize(fread(&read_back[0], 1, read_back.size(), stream));
+  fclose(stream);
+  EXPECT_EQ(pid, waitpid(pid, nullptr, 0));
+  EXPECT_EQ(content, read_back);
+
+  Args none{};
+  std::string module = "player/src/util/mt/cmd_utils";
+  EXPECT_DEATH(Output().run(none), test::assertion_report(module, 0, "cmd_utils_run_cmd", "cmd_args->size >= 1"));
+  EXPECT_DEATH(Feed().run(none, 0),
+               test::assertion_report(module, 0, "cmd_utils_run_cmd_write", "cmd_args->size >= 1"));
+  EXPECT_DEATH(cmd_utils_popen(cat, "x", &pid, 0, 0),
+               test::assertion_report(module, 0, "cmd_utils_popen", "*type == 'r' || *type == 'w'"));
+  auto without_descriptors = [] {
+    rlimit limit = {3, 3};
+    setrlimit(RLIMIT_NOFILE, &limit);
+    fprintf(stderr, "%s\n", text(Output().run(Args{"/bin/true"})).c_str());
+    _exit(0);
+  };
+  EXPECT_EXIT(without_descriptors(), testing::ExitedWithCode(0), "pipe\\(\\) failure!\n.*OpenFailed/24/0");
+}
+
+TEST_F(CmdUtils, EveryCallbackCanCancelAndTheChildIsTerminated) {
+  CaptureStderr();
+  Output first, silent, talkative;
+  first.cancel_at_empty = 1;
+  silent.cancel_at_empty = 3;  // a silent child still gets an empty chunk every 200 ms
+  talkative.cancel_at_bytes = 10;
+  EXPECT_EQ("Cancelled/0/0", text(first.run(Args{"/bin/sleep", "30"})));
+  EXPECT_EQ("Cancelled/0/0", text(silent.run(Args{"/bin/sleep", "30"})));
+  EXPECT_EQ("Cancelled/0/0", text(talkative.run(Args{"/bin/sh", "-c", "while :; do echo y; done"})));
+  EXPECT_EQ("y\ny\ny\ny\ny\n", talkative.bytes);
+  Feed at_produce, at_written, quiet;
+  at_produce.cancel_at_produce = quiet.cancel_at_produce = 1;
+  at_written.chunks = {"data", "more"};
+  at_written.cancel_on_written = true;
+  EXPECT_EQ("Cancelled/0/0", text(at_produce.run(Args{"/bin/cat"}, 0)));
+  EXPECT_EQ("Cancelled/0/0", text(at_written.run(Args{"/bin/cat"}, 0)));
+  EXPECT_EQ("Cancelled/0/0", text(quiet.run(Args{"/bin/cat"}, CMD_WRITE_QUIET)));
+  EXPECT_EQ(4u, at_written.written);
+  std::string log = GetCapturedStderr();
+  EXPECT_EQ(2, lines(log, "Terminating process '/bin/sleep' \\(pid [0-9]+\\)$"));
+  EXPECT_EQ(1, lines(log, "Terminating process '/bin/sh' "));
+  EXPECT_EQ(2, lines(log, "Terminating process '/bin/cat' "));  // not the quiet one
+}
+
+TEST_F(CmdUtils, SignalsOfTheCallerDoNotDisturbTheRun) {
+  // A timer interrupts every wait of the loop, and this thread blocks SIGTERM: quiet periods are
+  // still seen, and the child still ends on SIGTERM (or it would be waited for with a log line).
+  struct sigaction tick = {}, previous;
+  tick.sa_handler = [](int) {};
+  sigaction(SIGALRM, &tick, &previous);
+  sigset_t term, mask;
+  sigemptyset(&term);
+  sigaddset(&term, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &term, &mask);
+  itimerval every_10ms = {{0, 10000}, {0, 10000}}, off = {};
+  setitimer(ITIMER_REAL, &every_10ms, nullptr);
+  Output silent;
+  silent.cancel_at_empty = 3;
+  CaptureStderr();
+  std::string result = text(silent.run(Args{"/bin/sleep", "6"}));
+  std::string log = GetCapturedStderr();
+  setitimer(ITIMER_REAL, &off, nullptr);
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+  sigaction(SIGALRM, &previous, nullptr);
+  EXPECT_EQ("Cancelled/0/0", result);
+  EXPECT_EQ(0, lines(log, "still waiting"));
+}
+
+TEST_F(CmdUtils, InputIsFedInChunks) {
+  signal(SIGPIPE, SIG_DFL);  // as a process starts; runs that failed left it ignored
+  std::string big(1 << 20, 'b');  // more than the pipe holds
+  big[7] = '\0';
+  for (int flags : {0, (int)CMD_WRITE_LINE_BUFFERED}) {
+    Feed feed;
+    feed.chunks = {"abc", std::string("\0\1\n", 3), big};
+    EXPECT_EQ("OK/0/0", text(feed.run(Args{"/bin/sh", "-c", "exec cat > \"$0\"", file("in")}, flags)));
+    EXPECT_EQ(feed.chunks[0] + feed.chunks[1] + big, test::read_file(file("in")));
+    EXPECT_EQ(6 + big.size(), feed.written);
+  }
+  // With CMD_WRITE_EMPTY_IS_IDLE the feed waits for more; the run ends with the child.
+  CaptureStderr();
+  Feed script, killer;
+  script.chunks = {"echo fed > \"$1\"\n", "exit 4\n"};
+  killer.chunks = {"kill -KILL $$\n"};
+  Args shell{"/bin/sh", "-s", file("out")};
+  int flags = CMD_WRITE_EMPTY_IS_IDLE | CMD_WRITE_POLL_CHILD | CMD_WRITE_LINE_BUFFERED;
+  EXPECT_EQ("OK/0/4", text(script.run(shell, flags)));
+  EXPECT_EQ("Failed/0/0", text(killer.run(shell, flags)));
+  std::string log = GetCapturedStderr();
+  EXPECT_EQ(1, lines(log, "\\(loop\\) Child [0-9]+ exitted normally \\(0\\)$"));  // 0, not 4
+  EXPECT_EQ(1, lines(log, "\\(loop\\) Child [0-9]+ exitted abnormally \\(0\\)$"));
+  EXPECT_EQ("fed\n", test::read_file(file("out")));
+
+  CaptureStdout();
+  Feed().run(Args{"/bin/echo", "hidden"}, CMD_WRITE_OUTPUT_TO_NULL | CMD_WRITE_QUIET);
+  Feed().run(Args{"/bin/echo", "shown"}, CMD_WRITE_QUIET);
+  int saved_stdin = dup(0);  // without a standard input, /dev/null opens as 0 and nothing is redirected
+  close(0);
+  Feed().run(Args{"/bin/echo", "not hidden"}, CMD_WRITE_OUTPUT_TO_NULL | CMD_WRITE_QUIET);
+  dup2(saved_stdin, 0);
+  close(saved_stdin);
+  EXPECT_EQ("Command: redirecting output to /dev/null\n\nshown\nnot hidden\n", GetCapturedStdout());
+  EXPECT_EQ(SIG_DFL, signal(SIGPIPE, SIG_DFL));  // ignored during each run only
+}
+
+TEST_F(CmdUtils, ChildExitingBeforeItsInput) {
+  CaptureStderr();
+  Feed small, big, polled;
+  small.chunks = polled.chunks = {"x"};  // taken by the stream; the close finds the pipe broken
+  big.chunks = {std::string(1 << 20, 'x')};  // reaches the pipe at once
+  small.before_first = big.before_first = polled.before_first = wait_for_child_exit;
+  Args exit5{"/bin/sh", "-c", "exit 5"};
+  EXPECT_EQ("OK/0/5", text(small.run(exit5, 0)));
+  EXPECT_EQ("WriteFailed/" + std::to_string(EPIPE) + "/0", text(big.run(exit5, 0)));
+  EXPECT_EQ("OK/0/5", text(polled.run(exit5, CMD_WRITE_POLL_CHILD)));  // seen before writing
+  EXPECT_EQ(0u, polled.written);
+  std::string log = GetCapturedStderr();
+  EXPECT_LE(1, lines(log, "Warning: fclose\\(\\) of pipe failed with EPIPE; ignored$"));
+  EXPECT_EQ(1, lines(log, "Terminating process '/bin/sh'"));
+  EXPECT_EQ(2, lines(log, "\\(finalize\\) Child [0-9]+ exitted normally \\(0\\)$"));
+  EXPECT_EQ(SIG_IGN, signal(SIGPIPE, SIG_DFL));  // left ignored after the failed run
+}
+
+TEST_F(CmdUtils, WritingGivesUpOnAStuckChildAfterFiftyPolls) {
+  // Two runs at once, about ten seconds each: one cancelled with a child that ignores SIGTERM,
+  // one whose child does not end after its input. Beside them, a reading run waits for its own
+  // child that ignores SIGTERM as long as it takes (here until its sleep of 5 s is over).
+  Output reading;
+  reading.cancel_at_bytes = 6;
+  std::string read_result;
+  std::thread third([&] {
+    read_result = text(reading.run(Args{"/usr/bin/sh", "-c", "trap '' TERM; echo ready; sleep 5; echo gone"}));
+  });
+  Feed feeds[2];
+  cmd_result results[2];
+  feeds[0].cancel_at_produce = 1;
+  auto run = [&](int i) {
+    feeds[i].pid_file = file(i ? "pid1" : "pid0");
+    feeds[i].before_first = wait_for_pid_file;
+    const char* script = "trap '' TERM; echo $$ > \"$0.tmp\"; mv \"$0.tmp\" \"$0\"; exec sleep 60";
+    results[i] = feeds[i].run(Args{"/bin/sh", "-c", script, feeds[i].pid_file}, 0);
+  };
+  CaptureStderr();
+  std::thread first(run, 0);
+  run(1);
+  first.join();
+  third.join();
+  std::string log = GetCapturedStderr();
+  EXPECT_EQ("Cancelled/0/0 WaitFailed/11/0 Cancelled/0/0",
+            text(results[0]) + " " + text(results[1]) + " " + read_result);
+  EXPECT_EQ("ready\n", reading.bytes);
+  EXPECT_LE(1, lines(log, "still waiting for '/usr/bin/sh' \\(pid [0-9]+\\)\\.\\.\\.$"));
+  EXPECT_EQ(1, lines(log, "Terminating process '/bin/sh'"));
+  EXPECT_EQ(2, lines(log, "Warning: breaking infinite loop\\.$"));
+  for (const Feed& feed : feeds) {
+    int pid = atoi(test::read_file(feed.pid_file).c_str());
+    ASSERT_GT(pid, 1);  // never kill(0) or kill(-1)
+    EXPECT_EQ(2, lines(log, "still waiting for '/bin/sh' \\(pid " + std::to_string(pid) + "\\)\\.\\.\\.$"));
+    EXPECT_EQ(0, kill(-pid, SIGKILL)) << "the stuck child is the caller's to end";
+    waitpid(pid, nullptr, 0);
+  }
+}
+
+TEST_F(CmdUtils, ALostChildIsAFailedWaitOrACancelledFeed) {
+  struct sigaction ignore = {}, previous;  // the kernel reaps the children; waitpid fails
+  ignore.sa_handler = SIG_IGN;
+  sigaction(SIGCHLD, &ignore, &previous);
+  CaptureStderr();
+  Feed polled;
+  polled.before_first = wait_for_child_exit;
+  std::string read = text(Output().run(Args{"/bin/true"}));
+  std::string poll = text(polled.run(Args{"/bin/sh", "-c", "sleep 0.2"}, CMD_WRITE_POLL_CHILD));
+  std::string finalize = text(Feed().run(Args{"/bin/sh", "-c", "sleep 0.2"}, 0));
+  std::string log = GetCapturedStderr();
+  sigaction(SIGCHLD, &previous, nullptr);
+  EXPECT_EQ("WaitFailed/" + std::to_string(ECHILD) + "/0", read);
+  EXPECT_EQ("Cancelled/0/0", poll);
+  EXPECT_EQ("Cancelled/0/0", finalize);
+  EXPECT_EQ(3, lines(log, "waitpid\\([0-9]+\\) failed: No child processes$"));  // in the loop, finalize, finalize
+}
+
+TEST_F(CmdUtils, ChildrenGetNoDescriptorWhenCloseOnExecIsAsked) {
+  int leaked = dup2(2, 100), spared = dup2(2, 101);  // inheritable copies
+  Args list{"/bin/sh", "-c", "exec ls /proc/self/fd > \"$0\"", file("fds")};  // ls adds its own 3
+  Feed().run(list, 0);
+  EXPECT_NE(std::string::npos, test::read_file(file("fds")).find("\n100\n101\n"));
+  Feed().run(list, CMD_WRITE_CLOEXEC);
+  EXPECT_EQ("0\n1\n2\n3\n", test::read_file(file("fds")));
+
+  dup2(2, leaked);
+  dup2(2, spared);
+  set_cloexec_flag_for_all_fds_except_one(spared);
+  Output listing;  // the reading pipe is close-on-exec as well
+  listing.run(Args{"/bin/sh", "-c", "exec ls /proc/self/fd < /dev/null"});
+  EXPECT_EQ("0\n1\n101\n2\n3\n", listing.bytes);
+  CaptureStderr();
+  EXPECT_EQ(0, safe_system(("exec ls /proc/self/fd < /dev/null > " + file("fds")).c_str()));
+  EXPECT_EQ("0\n1\n2\n3\n", test::read_file(file("fds")));
+  close(leaked);
+  close(spared);
+
+  EXPECT_EQ(3 << 8, safe_system_ext("exit 3", 1));
+  EXPECT_EQ(3 << 8, safe_system_with_log("exit 3"));
+  std::string log = GetCapturedStderr();
+  EXPECT_EQ(2, lines(log, "Running system\\((exec ls .*|exit 3)\\)$"));  // not the quiet one
+  EXPECT_EQ(1, lines(log, "Result status: 0$"));
+  EXPECT_EQ(1, lines(log, "Result status: 768$"));
+  EXPECT_EQ(1, lines(log, "Executing command 'exit 3'\\.\\.\\.$"));
+  EXPECT_EQ(1, lines(log, "Command 'exit 3' failed with status 768$"));
+}
+
+TEST_F(CmdUtils, ToolRunsAProgramAndExitsWithItsStatus) {
+  std::string out, quiet, killed;
+  EXPECT_EQ(3, test::run_tool("run -- /bin/sh -c 'echo hi; exit 3'", &out));
+  EXPECT_EQ(0, test::run_tool("run --quiet /bin/echo a b", &quiet));
+  EXPECT_EQ(1, test::run_tool("run -- /bin/sh -c 'kill -KILL $$'", &killed));
+  EXPECT_EQ(2, test::run_tool("run --"));
+  EXPECT_EQ("hi\n/bin/sh: OK (exit status = 3)\n|a b\n|/bin/sh: Failed\n", out + "|" + quiet + "|" + killed);
+}
