@@ -2,13 +2,10 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "player/src/util/mt/file_utils.h"
 #include "test_support.hpp"

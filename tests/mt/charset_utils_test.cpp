@@ -1,12 +1,6 @@
 #include <iconv.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "vonautil.h"
+#include "test_support.hpp"
 
 namespace {
 

@@ -1,13 +1,8 @@
 #include <cerrno>
 #include <climits>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 

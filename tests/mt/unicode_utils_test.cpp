@@ -1,11 +1,4 @@
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "vonautil.h"
+#include "test_support.hpp"
 
 namespace {
 
@@ -17,11 +10,7 @@ std::vector<UTF32> take(UTF32* s) {
   free(s);
   return result;
 }
-std::string take(char* s) {
-  std::string result = s;
-  free(s);
-  return result;
-}
+std::string take(char* s) { return test::take_string(s); }
 
 }  // namespace
 

@@ -1,13 +1,7 @@
 #include <strings.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "player/src/util/mt/url_type.hpp"
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 

@@ -1,13 +1,9 @@
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <random>
-#include <vector>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
