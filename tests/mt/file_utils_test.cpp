@@ -59,11 +59,7 @@ TEST_F(FileUtilsTest, ReadingWholeFilesAndParts) {
   test::write_file(at("text"), "0123456789");
   test::write_file(at("empty"), "");
   symlink(at("text").c_str(), at("link").c_str());
-  auto read = [](char* text) {
-    std::string result = text ? text : "(null)";
-    free(text);
-    return result;
-  };
+  auto read = test::take_string;
   EXPECT_EQ(read(FS_read_string(at("text").c_str(), 4)), "0123");
   EXPECT_EQ(read(FS_read_string(at("text").c_str(), 0)), "");
   EXPECT_EQ(read(FS_read_string(sandbox.root().c_str(), 10)), "(null)");  // a read error
