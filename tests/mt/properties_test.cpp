@@ -98,6 +98,9 @@ TEST(Properties, SettersReplaceInPlaceAndFormatNumbers) {
   EXPECT_STREQ("0", properties_get(p, "k"));  // without index: the first "k"
   properties_create_index(p);
   EXPECT_STREQ("9", properties_get(p, "k"));  // with index: the last one added
+  properties_build_from_buffer(p, "k = new\n");  // a parsed line replaces the entry that lookups find
+  EXPECT_STREQ("new", properties_get(p, "k"));
+  EXPECT_TRUE(properties_contains_key(p, "a") && !properties_contains_key(p, "K"));
   properties_free(p);
 }
 
