@@ -46,8 +46,9 @@ TEST(Parsers, ReturnTheDefaultForAnythingNotWhollyANumber) {
   EXPECT_EQ(16711680, str_parse_color_rgb("FF0000", 7));
   for (const char* bad : {"#FF0000", "ff00", "FF00000", "FF00G0"}) EXPECT_EQ(7, str_parse_color_rgb(bad, 7)) << bad;
 
-  EXPECT_EQ(0.5, str_parse_double(" 0.5", 9));
-  EXPECT_EQ(16, str_parse_double("0x10", 9));
+  const struct { const char* text; double value; } doubles[] = {
+      {" 0.5", 0.5}, {"0x10", 16}, {"1e3", 1000}, {"25E-1", 2.5}, {"-1e+2", -100}, {"4.5e22", 4.5e22}};
+  for (const auto& d : doubles) EXPECT_EQ(d.value, str_parse_double(d.text, 9)) << d.text;
   for (const char* bad : {"", "1.5 ", "1e", ".", "00x1", "1,5"}) EXPECT_EQ(9, str_parse_double(bad, 9)) << bad;
   EXPECT_TRUE(std::signbit(str_parse_double("-0", 9)));
 
