@@ -3,7 +3,6 @@
  * program checks what only a C caller can get wrong: record layouts, values returned by value,
  * variadic functions, callbacks into C and the typed-list macros. Exit status 0 when every
  * check holds. */
-#include <errno.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -23,7 +22,7 @@ static int failures = 0;
     }                                                                            \
   } while (0)
 
-/* Variadic functions and records filled by the library. */
+/* Variadic functions, records filled by the library, segments returned by value. */
 static char* format_shared(char** buffer, const char* format, ...) {
   va_list args;
   char* text;
@@ -35,56 +34,22 @@ static char* format_shared(char** buffer, const char* format, ...) {
 
 static void check_variadic_and_records(void) {
   message_list* messages = ML_create_message_list();
-  sync_object* obj = sync_object_create();
   char* shared = NULL;
-  char* fresh = sprintf_new("%05d", 42);
-  str_buf buf = {0};
-  unsigned char bytes[8];
-  octet_stream os;
-  int value = 0;
+  char text[] = "a  b";
+  char* cursor = text;
+  str_seg token = str_next_token_by_charset(&cursor, " ", 1);
+  long_long_array* lla = long_long_array_create_single(1LL << 40);
   CHECK(strlen(vonautil_version()) > 0);
   CHECK(log_print("%s %d", "from C", 42) == 9);
   ML_add_message(messages, 3, 1, "line %d", 7);
   CHECK(messages->count == 1 && strcmp(messages->entries[0].text, "line 7") == 0 && messages->entries[0].kind == 3);
   ML_free_message_list(messages);
-  CHECK(strcmp(format_shared(&shared, "%d-%s", 7, "x"), "7-x") == 0 && strcmp(fresh, "00042") == 0);
+  CHECK(strcmp(format_shared(&shared, "%d-%s", 7, "x"), "7-x") == 0);
   free(shared);
-  free(fresh);
-  str_buf_append_json_string(&buf, "a\tb");
-  CHECK(buf.length == 6 && buf.capacity >= 6 && memcmp(buf.data, "\"a\\tb\"", 6) == 0);
-  free(buf.data);
-  octet_stream_init_writing(&os, bytes, sizeof bytes);
-  CHECK(octet_stream_write_int(&os, 1234) == 1 && os.remaining == 4);
-  octet_stream_init_reading(&os, bytes, sizeof bytes);
-  CHECK(octet_stream_read(&os, &value, sizeof value, 1) == 1 && value == 1234);
-  CHECK(obj && sync_object_lock(obj) == 0 && sync_object_wait_for_event(obj, 1) == ETIMEDOUT);
-  CHECK(sync_object_unlock(obj) == 0);
-  sync_object_destroy(obj);
-}
-
-/* Segments returned by value, 64-bit and unsigned values, UTF-32 text. */
-static void check_values(void) {
-  char text[] = "a  b";
-  char* cursor = text;
-  str_seg token = str_next_token_by_charset(&cursor, " ", 1);
-  str_seg path = str_to_seg("/a/b//c");
-  long_long_array* lla = long_long_array_create_single(1LL << 40);
-  C_IdSet* ids = id_set_create();
-  long long* id_list;
-  UTF32* wide = utf32_create_from_utf8("\xD0\x9C\xD0\xB8\xD1\x80");
   CHECK(token.length == 1 && token.start == text && cursor == text + 3);
-  CHECK(path_utils_rshift(&path).length == 1 && path.length == 4);
   long_long_array_add(lla, -1);
-  CHECK(lla->size == 2 && lla->items[1] == -1 && long_long_array_find(lla, 1LL << 40) == 0);
+  CHECK(lla->size == 2 && lla->items[0] == 1LL << 40 && lla->items[1] == -1);
   long_long_array_free(lla);
-  CHECK(id_set_add(ids, 7) == 1 && id_set_add(ids, -7) == 1);
-  id_list = id_set_get_all(ids);
-  CHECK(id_list[0] == -7 && id_list[1] == 7);
-  free(id_list);
-  id_set_free(ids);
-  CHECK(utf32_strlen(wide) == 3 && wide[0] == 0x41C);
-  free(wide);
-  CHECK(mpeg_utils_get_difference_pts_ms(10, 95443700u, 5000) == 27);
 }
 
 /* The typed-list generator works in C as well. */
@@ -149,7 +114,6 @@ static void check_callbacks_and_lists(void) {
 
 int main(void) {
   check_variadic_and_records();
-  check_values();
   check_callbacks_and_lists();
   printf("%d passed, %d failed\n", checks - failures, failures);
   return failures ? 1 : 0;
