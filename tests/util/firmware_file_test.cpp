@@ -266,7 +266,9 @@ TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnce) {
                    "product_id: old\nfirmware_version:\t1.0 \nother: x\nproduct_id:  vona_base  \r\n");
   auto print_all = [&] {
     const char* id = get_product_id();
+    get_base_product_id();
     test::write_file(config + "product_id.txt", "changed\n");
+    test::write_file(config + "base_firmware_info.txt", "product_id: changed\n");
     fprintf(stderr, "[%s][%s][%s][%s][%s][%d]\n", id, get_upgrade_product_id_prefix(), get_firmware_version(),
             get_base_product_id(), get_base_firmware_version(), id == get_product_id());
     exit(0);
