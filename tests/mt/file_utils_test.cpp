@@ -136,9 +136,11 @@ TEST_F(FileUtilsTest, OpenDirectoryTableHoldsOneHundredHandles) {
   EXPECT_EQ(FS_opendir(at("dir").c_str()), handles[42]);  // the freed slot is taken again
   for (fs_dir_handle* handle : handles) EXPECT_EQ(FS_closedir(handle), 0);
   EXPECT_EQ(FS_closedir(handles[0]), -1);
+  test::write_file(at("dir/.h"), "");  // only "." and ".." are left out
+  test::write_file(at("dir/..x"), "");
   Lines names = take(FS_scandir(at("dir").c_str()));
   std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (Lines{"a", "b"}));
+  EXPECT_EQ(names, (Lines{"..x", ".h", "a", "b"}));
   EXPECT_EQ(FS_scandir(at("missing").c_str()), nullptr);
 }
 
