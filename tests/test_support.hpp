@@ -1,4 +1,5 @@
-// Shared helpers of the test suites: a sandbox root per test and small file helpers.
+// Shared helpers of the test suites: a sandbox root per test and small file helpers. It also
+// brings the library's C interface and the standard headers that nearly every suite uses.
 #ifndef VONAUTIL_TEST_SUPPORT_HPP
 #define VONAUTIL_TEST_SUPPORT_HPP
 
@@ -8,11 +9,15 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
+
+#include "vonautil.h"
 
 namespace test {
 

@@ -2,13 +2,10 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "player/src/util/mt/file_utils.h"
 #include "test_support.hpp"
@@ -269,6 +266,7 @@ TEST_F(AdvancedFileUtilsTest, CopyFileReportsEachFailure) {
   } cases[] = {
       {at("missing"), at("x"), ENOENT, "[fs_copy] fopen_read(" + at("missing") + "): No such file or directory"},
       {at("src"), at("x"), EISDIR, "[fs_copy] read(" + at("src") + ") failed: Is a directory"},
+      {big, at("missing/x"), ENOENT, "[fs_copy] fopen_write(" + at("missing/x") + "): No such file or directory"},
       {big, "/dev/full", ENOSPC, "[fs_copy] write(/dev/full) failed: No space left on device"},
       {at("src/a/x"), "/dev/full", ENOSPC, "[fs_copy] fclose_write(/dev/full): No space left on device"},
   };

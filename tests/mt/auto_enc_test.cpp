@@ -1,10 +1,4 @@
-#include <cstdlib>
-#include <cstring>
-#include <string>
-
-#include <gtest/gtest.h>
-
-#include "vonautil.h"
+#include "test_support.hpp"
 
 namespace {
 

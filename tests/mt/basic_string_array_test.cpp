@@ -1,8 +1,4 @@
-#include <string>
-#include <vector>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 using Strings = std::vector<std::string>;
 
@@ -123,7 +119,6 @@ TEST(StringArrayDeathTest, ReportsBrokenPreconditions) {
   string_array* sa = array_of({"a", "b"});
   const char* text = "ab";
   EXPECT_DEATH(string_array_add(sa, nullptr), report("string_array_add", "string"));
-  EXPECT_DEATH(string_array_add_occupy(sa, nullptr), report("string_array_add_occupy", "string"));
   EXPECT_DEATH(string_array_add_segment(sa, text + 1, text), report("string_array_add_segment", "begin && end && end >= begin"));
   EXPECT_DEATH(string_array_set(sa, 2, "x"), report("string_array_set", "index >= 0 && index < sa->size"));
   const char* removal = "index >= 0 && count > 0 && index + count <= sa->size";

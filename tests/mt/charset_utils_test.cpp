@@ -1,12 +1,6 @@
 #include <iconv.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "vonautil.h"
+#include "test_support.hpp"
 
 namespace {
 
@@ -79,10 +73,10 @@ TEST(CodePages, EveryByteMapsAsPublishedAndBackToTheFirstMatch) {
     EXPECT_EQ(kUndefined[page.number - 1250], undefined) << "CP" << page.number;
 
     // Strings go through the same tables; code points outside the page become "?".
-    const UTF32 text[] = {'A', 0x20AC, 0x4E2D, 0x1F600};
-    char bytes[4];
+    const UTF32 text[] = {'A', 0x20AC, 0x4E2D, 0x1F600, 'Z'};
+    char bytes[5] = {0, 0, 0, 0, '#'};
     page.str_from_utf32(text, bytes, 4);
-    EXPECT_EQ((std::string{'A', (char)page.from_utf32(0x20AC), '?', '?'}), std::string(bytes, 4)) << page.number;
+    EXPECT_EQ((std::string{'A', (char)page.from_utf32(0x20AC), '?', '?', '#'}), std::string(bytes, 5)) << page.number;
     UTF32 back[5] = {1, 1, 1, 1, 7};
     page.str_to_utf32(bytes, back, 4);
     EXPECT_EQ(0x20ACu, back[1]) << "every page has the euro sign";

@@ -1,13 +1,8 @@
 #include <cerrno>
 #include <climits>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
@@ -51,8 +46,9 @@ TEST(Parsers, ReturnTheDefaultForAnythingNotWhollyANumber) {
   EXPECT_EQ(16711680, str_parse_color_rgb("FF0000", 7));
   for (const char* bad : {"#FF0000", "ff00", "FF00000", "FF00G0"}) EXPECT_EQ(7, str_parse_color_rgb(bad, 7)) << bad;
 
-  EXPECT_EQ(0.5, str_parse_double(" 0.5", 9));
-  EXPECT_EQ(16, str_parse_double("0x10", 9));
+  const struct { const char* text; double value; } doubles[] = {
+      {" 0.5", 0.5}, {"0x10", 16}, {"1e3", 1000}, {"25E-1", 2.5}, {"-1e+2", -100}, {"4.5e22", 4.5e22}};
+  for (const auto& d : doubles) EXPECT_EQ(d.value, str_parse_double(d.text, 9)) << d.text;
   for (const char* bad : {"", "1.5 ", "1e", ".", "00x1", "1,5"}) EXPECT_EQ(9, str_parse_double(bad, 9)) << bad;
   EXPECT_TRUE(std::signbit(str_parse_double("-0", 9)));
 
@@ -69,6 +65,7 @@ TEST(Segments, TrimSearchAndClassifyWithoutTouchingTheText) {
   EXPECT_EQ("Hello, world 42!", text_of(str_seg_strip(seg)));
   EXPECT_EQ("  Hello, world", text_of(str_seg_trim_nonalpha_right(seg, 0)));
   EXPECT_EQ("Hello, world 42!  ", text_of(str_seg_trim_nonalpha_left(seg, 0)));
+  EXPECT_EQ(0, str_seg_trim_nonalpha_left(str_seg{"!!!", 2}, 0).length);  // never past the segment
   EXPECT_EQ(0, str_seg_strip(str_seg{text, -3}).length);
   EXPECT_EQ(2, str_seg_trim_nonalpha_right(str_to_seg("\xc3\xa9!"), 1).length);
   EXPECT_EQ(0, str_seg_trim_nonalpha_right(str_to_seg("\xc3\xa9!"), 0).length);
@@ -89,6 +86,7 @@ TEST(Tokenisers, SplitByDelimiterStringOrSeparatorRuns) {
   auto by_set = [](int exclude) { return [=](char** c) { return str_next_token_by_charset(c, " ,", exclude); }; };
   EXPECT_EQ((V{"a", "", "b::c"}), tokens("a,,b::c", by(",")));
   EXPECT_EQ((V{"a,,b", "c"}), tokens("a,,b::c", by("::")));
+  EXPECT_EQ((V{"a:b", "c"}), tokens("a:b::c", by("::")));  // the whole delimiter, not its first character
   EXPECT_EQ((V{"a", "b"}), tokens("a  b", by_set(1)));
   EXPECT_EQ((V{"a  ", "b"}), tokens("a  b", by_set(0)));
   // A run that ends the text: excluded, one empty token follows; included, the text ends.
@@ -119,6 +117,9 @@ TEST(NaturalOrder, NumbersByValueWithTheSkipAfterEqualNumbers) {
   EXPECT_EQ(0, alnum_cmp("abc", "ABC"));
   EXPECT_LT(alnum_cmp("a1", "ab"), 0);
   EXPECT_GT(alnum_cmp("x99999999999999999999", "x5"), 0);
+  // The largest values still read exactly: 32 bits for the natural order, 64 for alnum_cmp.
+  EXPECT_LT(nat("x2147483646", "x2147483647"), 0);
+  EXPECT_LT(alnum_cmp("x9223372036854775806", "x9223372036854775807"), 0);
   // Digit runs too long for 64 bits compare digit by digit and clear errno.
   std::string big(30, '7');
   errno = ERANGE;
@@ -135,7 +136,7 @@ TEST(Interpolation, OddCountsMoveLinearlyEvenCountsEase) {
   } cases[] = {
       {0, 100, 2, 4, 50},  {0, 100, 2, 5, 40}, {0, 100, 1, 4, 13},  {0, 100, 3, 4, 87},  {100, 0, 1, 4, 87},
       {100, 0, 1, 5, 81},  // truncating division
-      {0, 100, 0, 4, 0},   {0, 100, 4, 4, 100},
+      {0, 100, 0, 4, 0},   {0, 100, 4, 4, 100}, {0, 100, 1, 0, 100}, {0, 100, 1, -3, 100},
       // Above 5 steps the first step repeats the start; the parity of the given count decides.
       {0, 100, 1, 8, 0},   {0, 100, 4, 8, 37}, {0, 100, 8, 8, 100}, {0, 100, 1, 7, 0},   {0, 100, 4, 7, 50},
   };
@@ -174,6 +175,7 @@ TEST(Editing, TrimsCaseAndPrefixesInPlace) {
   EXPECT_EQ(0, str_remove_prefix(word, "foobarx"));
   EXPECT_EQ(1, str_remove_prefix(word, "foo"));
   EXPECT_EQ(0, str_remove_first_n_chars(word, 4));
+  EXPECT_EQ(1, str_remove_first_n_chars(word, 0));
   EXPECT_EQ(1, str_remove_first_n_chars(word, 1));
   EXPECT_STREQ("ar", word);
 
@@ -218,6 +220,14 @@ TEST(Editing, CharacterEditorsAndTheirAssertions) {
   MY_remove_prev_char(text, 1);
   MY_replace_char(text, 2, 'x');
   EXPECT_STREQ("bcx", text);
+  // Insertion needs room for one character and the terminator, and touches nothing beyond;
+  // removal reads nothing past the terminator (an exact heap copy shows that to the sanitizer).
+  char room[5] = {'a', 'b', 0, '-', '#'};
+  MY_insert_char(room, 2, 1, 'x');
+  EXPECT_EQ(0, memcmp(room, "axb\0#", 5));
+  HeapText exact("ab");
+  MY_remove_prev_char(exact.p, 2);
+  EXPECT_STREQ("a", exact.p);
 
   std::string where = "player/src/util/mt/common:[0-9]+: ";
   EXPECT_DEATH(MY_insert_char(text, 2, 0, 'z'), where + "MY_insert_char: Assertion `!text\\[text_len\\]' failed");

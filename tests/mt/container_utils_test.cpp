@@ -1,19 +1,10 @@
 #include <climits>
-#include <cstdlib>
-#include <cstring>
-#include <string>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
-std::string saved(const properties* p) {
-  char* text = properties_save_to_buffer(p);
-  std::string copy = text;
-  free(text);
-  return copy;
-}
+std::string saved(const properties* p) { return test::take_string(properties_save_to_buffer(p)); }
 
 // The strings of a null-terminated snapshot, joined by "|"; the array is freed.
 std::string joined(const char** strings) {

@@ -1,10 +1,4 @@
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "vonautil.h"
+#include "test_support.hpp"
 
 namespace {
 

@@ -1,12 +1,4 @@
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 TEST(EncodingUtils, NamesAndDispatchByEncodingNumber) {
   const char* names[] = {"utf8",   "cp1250", "cp1251", "cp1252", "cp1253", "cp1254", "cp1255",

@@ -1,7 +1,6 @@
 #include <fcntl.h>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 TEST(FatalError, PrintsTheMessageOnStandardOutputAndExitsWithOne) {
   // The dying child's standard output goes where the death test looks (standard error), and

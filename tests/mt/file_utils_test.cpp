@@ -61,11 +61,7 @@ TEST_F(FileUtilsTest, ReadingWholeFilesAndParts) {
   test::write_file(at("text"), "0123456789");
   test::write_file(at("empty"), "");
   symlink(at("text").c_str(), at("link").c_str());
-  auto read = [](char* text) {
-    std::string result = text ? text : "(null)";
-    free(text);
-    return result;
-  };
+  auto read = test::take_string;
   EXPECT_EQ(read(FS_read_string(at("text").c_str(), 4)), "0123");
   EXPECT_EQ(read(FS_read_string(at("text").c_str(), 0)), "");
   EXPECT_EQ(read(FS_read_string(sandbox.root().c_str(), 10)), "(null)");  // a read error
@@ -142,9 +138,11 @@ TEST_F(FileUtilsTest, OpenDirectoryTableHoldsOneHundredHandles) {
   EXPECT_EQ(FS_opendir(at("dir").c_str()), handles[42]);  // the freed slot is taken again
   for (fs_dir_handle* handle : handles) EXPECT_EQ(FS_closedir(handle), 0);
   EXPECT_EQ(FS_closedir(handles[0]), -1);
+  test::write_file(at("dir/.h"), "");  // only "." and ".." are left out
+  test::write_file(at("dir/..x"), "");
   Lines names = take(FS_scandir(at("dir").c_str()));
   std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (Lines{"a", "b"}));
+  EXPECT_EQ(names, (Lines{"..x", ".h", "a", "b"}));
   EXPECT_EQ(FS_scandir(at("missing").c_str()), nullptr);
 }
 

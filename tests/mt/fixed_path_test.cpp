@@ -1,32 +1,18 @@
-#include <cstdlib>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 TEST(FixedPath, FollowsTheSandboxRootOnlyForAbsolutePaths) {
+  auto resolve = [](const char* path) { return test::take_string(fixed_path_resolve(path)); };
   unsetenv("VONAUTIL_ROOT");
-  char* plain = fixed_path_resolve("/config/a.properties");
-  EXPECT_STREQ("/config/a.properties", plain);
-  free(plain);
-
+  EXPECT_EQ("/config/a.properties", resolve("/config/a.properties"));
   setenv("VONAUTIL_ROOT", "", 1);
-  plain = fixed_path_resolve("/tmp/run/x");
-  EXPECT_STREQ("/tmp/run/x", plain);
-  free(plain);
-
+  EXPECT_EQ("/tmp/run/x", resolve("/tmp/run/x"));
   for (const char* root : {"/sandbox", "/sandbox/", "/sandbox//"}) {
     setenv("VONAUTIL_ROOT", root, 1);
-    char* resolved = fixed_path_resolve("/tmp/run/x");
-    EXPECT_STREQ("/sandbox/tmp/run/x", resolved) << root;
-    free(resolved);
-    char* relative = fixed_path_resolve("relative/x");
-    EXPECT_STREQ("relative/x", relative);
-    free(relative);
+    EXPECT_EQ("/sandbox/tmp/run/x", resolve("/tmp/run/x")) << root;
+    EXPECT_EQ("relative/x", resolve("relative/x"));
   }
   setenv("VONAUTIL_ROOT", "/", 1);
-  char* top = fixed_path_resolve("/proc/mounts");
-  EXPECT_STREQ("/proc/mounts", top);
-  free(top);
+  EXPECT_EQ("/proc/mounts", resolve("/proc/mounts"));
   EXPECT_EQ(nullptr, fixed_path_resolve(nullptr));
   unsetenv("VONAUTIL_ROOT");
 }

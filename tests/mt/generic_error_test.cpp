@@ -1,5 +1,4 @@
 #include "test_support.hpp"
-#include "vonautil.h"
 
 TEST(GenericError, KeepsATitleAndDescriptions) {
   char title[] = "Cannot mount";

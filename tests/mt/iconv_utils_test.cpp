@@ -3,14 +3,7 @@
 #include <pthread.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "vonautil.h"
+#include "test_support.hpp"
 
 // The C library's iconv_open and iconv_close, counted: the library's calls resolve to these.
 static std::atomic<int> opened{0};

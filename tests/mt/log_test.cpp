@@ -1,14 +1,10 @@
 #include <errno.h>
 #include <fcntl.h>
 
-#include <cstring>
 #include <ctime>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 

@@ -1,7 +1,4 @@
-#include <vector>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 using Values = std::vector<long long>;
 

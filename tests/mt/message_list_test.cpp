@@ -1,7 +1,4 @@
-#include <string>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 TEST(MessageList, StoresFormattedTextsWithTheirKindsAndPrintsUnlessQuiet) {
   message_list* messages = ML_create_message_list();

@@ -1,18 +1,12 @@
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <cstring>
 #include <random>
-#include <string>
 
 #include "player/src/util/mt/properties.hpp"
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
@@ -29,12 +23,7 @@ properties* parse(const char* text, bool with_index = false) {
   return p;
 }
 
-std::string saved(const properties* p) {
-  char* text = properties_save_to_buffer(p);
-  std::string copy = text;
-  free(text);
-  return copy;
-}
+std::string saved(const properties* p) { return test::take_string(properties_save_to_buffer(p)); }
 
 using test::captured_stdout;
 
@@ -89,20 +78,25 @@ TEST(Properties, SettersReplaceInPlaceAndFormatNumbers) {
   properties_set_seg(p, "seg", str_seg{"xyz", 2});
   properties_set_occupy(p, "a", strdup("2"));
   properties_set_occupy(p, "a", nullptr);
-  EXPECT_EQ(0, properties_set_if_new(p, "a", "3"));
+  EXPECT_EQ(0, properties_set_if_new(p, "a", "3"));  // an existing key, also at position 0
+  EXPECT_EQ(0, properties_set_int_if_new(p, "a", 3));
+  EXPECT_EQ(1, properties_set_if_new(p, "m", "x"));
   EXPECT_EQ(1, properties_set_int_if_new(p, "n", 4));
-  EXPECT_EQ(0, properties_set_int_if_new(p, "a", 4));  // the first entry counts as present too
-  EXPECT_EQ("a=2;i=-5;ll=1099511627776;d=0.250000;seg=xy;n=4;", entries(p));
+  EXPECT_EQ("a=2;i=-5;ll=1099511627776;d=0.250000;seg=xy;m=x;n=4;", entries(p));
 
-  for (int i = 0; i < 11; ++i) properties_force_add_last_int(p, "k", i);
-  EXPECT_EQ(17, p->count);
-  EXPECT_EQ(25, p->capacity);  // 16 * 1.5 + 1
+  for (int i = 0; i < 10; ++i) {
+    properties_force_add_last_int(p, "k", i);
+    EXPECT_EQ(p->count <= 16 ? 16 : 25, p->capacity) << p->count;  // grown only when full: 16 * 1.5 + 1
+  }
   properties_force_add_last_uint32_t(p, "u", 4294967295u);
   properties_force_add_last_seg_by_seg(p, str_seg{"qq", 1}, str_seg{"vv", 0});
   EXPECT_EQ("u=4294967295;q=;", entries(p).substr(entries(p).size() - 16));
   EXPECT_STREQ("0", properties_get(p, "k"));  // without index: the first "k"
   properties_create_index(p);
-  EXPECT_STREQ("10", properties_get(p, "k"));  // with index: the last one added
+  EXPECT_STREQ("9", properties_get(p, "k"));  // with index: the last one added
+  properties_build_from_buffer(p, "k = new\n");  // a parsed line replaces the entry that lookups find
+  EXPECT_STREQ("new", properties_get(p, "k"));
+  EXPECT_TRUE(properties_contains_key(p, "a") && !properties_contains_key(p, "K"));
   properties_free(p);
 }
 
@@ -161,6 +155,7 @@ TEST(Properties, CopiesCompareRegardlessOfOrder) {
   properties_free(a);
   properties_free(b);
   properties_free(copy);
+  properties_free(nullptr);
 }
 
 TEST(Properties, AssertionsNameTheirArguments) {

@@ -3,11 +3,9 @@
 #include <time.h>
 
 #include <algorithm>
-#include <string>
 #include <thread>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 

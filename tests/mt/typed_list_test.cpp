@@ -1,7 +1,4 @@
-#include <vector>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 // A list type of this file's own, generated exactly as the library's modules generate theirs.
 struct probe {

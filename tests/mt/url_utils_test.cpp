@@ -1,9 +1,4 @@
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 using test::seg_text;
 using test::take_string;

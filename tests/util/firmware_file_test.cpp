@@ -3,15 +3,9 @@
 
 #include <cctype>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
@@ -32,35 +26,32 @@ std::vector<std::string> header_strings(const char* header, size_t offset = 0) {
 TEST(FirmwareNames, SignaturesAndFileNames) {
   char buffer[128];
   EXPECT_STREQ("VONA FIRMWARE FILE [abc_1]", fw_get_file_signature_for_product_id(buffer, "abc_1"));
-  EXPECT_EQ(1, fw_is_file_signature_for_product_id("VONA FIRMWARE FILE [abc_1]", "abc_1"));
-  for (const char* other : {"VONA FIRMWARE FILE [abc_1] ", "VONA FIRMWARE FILE [abc_]", "vona firmware file [abc_1]"}) {
-    EXPECT_EQ(0, fw_is_file_signature_for_product_id(other, "abc_1")) << other;
-  }
-  EXPECT_EQ(1, fw_is_file_signature_for_product_id_prefix("VONA FIRMWARE FILE [abc_1]", "abc"));
-  EXPECT_EQ(1, fw_is_file_signature_for_product_id_prefix("VONA FIRMWARE FILE [abc_]", "abc"));
-  EXPECT_EQ(0, fw_is_file_signature_for_product_id_prefix("VONA FIRMWARE FILE [abc_1]", "ab"));
-  EXPECT_EQ(0, fw_is_file_signature_for_product_id_prefix("VONA FIRMWARE FILE [abc_1", "abc"));
-  // The expected start is cut to 127 characters, so a very long prefix is compared in part.
-  std::string long_prefix(200, 'p');
-  EXPECT_EQ(1, fw_is_file_signature_for_product_id_prefix(("VONA FIRMWARE FILE [" + std::string(107, 'p') + "]").c_str(),
-                                                          long_prefix.c_str()));
-  EXPECT_EQ(0, fw_is_file_signature_for_product_id_prefix(("VONA FIRMWARE FILE [" + std::string(106, 'p') + "]").c_str(),
-                                                          long_prefix.c_str()));
-
   EXPECT_STREQ("vona_firmware_abc_", fw_get_file_name_prefix_for_product_id_prefix(buffer, "abc"));
   EXPECT_STREQ(".dff", fw_get_file_name_suffix());
-  for (const char* yes : {"VONA_FIRMWARE_anything.DFF", "vona_firmware_.dff", "Vona_Firmware_abc_2.1.Dff"}) {
-    EXPECT_EQ(1, fw_is_firmware_file_name(yes)) << yes;
+  using Check = int (*)(const char*, const char*);
+  const Check signature = fw_is_file_signature_for_product_id, signature_prefix = fw_is_file_signature_for_product_id_prefix,
+              name = [](const char* text, const char*) { return fw_is_firmware_file_name(text); },
+              name_prefix = fw_is_firmware_file_name_for_product_id_prefix;
+  // The expected signature start is cut to 127 characters, so a very long prefix is compared in part.
+  const std::string long_prefix(200, 'p'), cut_at_127 = "VONA FIRMWARE FILE [" + std::string(107, 'p') + "]",
+                    cut_at_126 = "VONA FIRMWARE FILE [" + std::string(106, 'p') + "]";
+  struct Case { Check check; const char *text, *id; int expected; };
+  for (const Case& c : std::vector<Case>{
+           {signature, "VONA FIRMWARE FILE [abc_1]", "abc_1", 1}, {signature, "VONA FIRMWARE FILE [abc_1] ", "abc_1", 0},
+           {signature, "VONA FIRMWARE FILE [abc_]", "abc_1", 0}, {signature, "vona firmware file [abc_1]", "abc_1", 0},
+           {signature_prefix, "VONA FIRMWARE FILE [abc_1]", "abc", 1}, {signature_prefix, "VONA FIRMWARE FILE [abc_]", "abc", 1},
+           {signature_prefix, "VONA FIRMWARE FILE [abc_1]", "ab", 0}, {signature_prefix, "VONA FIRMWARE FILE [abc_1", "abc", 0},
+           {signature_prefix, cut_at_127.c_str(), long_prefix.c_str(), 1},
+           {signature_prefix, cut_at_126.c_str(), long_prefix.c_str(), 0},
+           {name, "VONA_FIRMWARE_anything.DFF", "", 1}, {name, "vona_firmware_.dff", "", 1},
+           {name, "Vona_Firmware_abc_2.1.Dff", "", 1}, {name, "vona_firmware.dff", "", 0}, {name, "vona_firmware_x.df", "", 0},
+           {name, "vona_firmware_x.dff.txt", "", 0}, {name, ".dff", "", 0}, {name, "", "", 0}, {name, "vona", "", 0},
+           {name_prefix, "VONA_FIRMWARE_ABC_1.2.DFF", "abc", 1}, {name_prefix, "vona_firmware_abc_.dff", "abc", 1},
+           {name_prefix, "vona_firmware_abc.dff", "abc", 0}, {name_prefix, "vona_firmware_abcd_1.dff", "abc", 0},
+           {name_prefix, "vona_firmware_abc_1.img", "abc", 0}, {name_prefix, "vona_firmware_ab", "abc", 0},
+       }) {
+    EXPECT_EQ(c.expected, c.check(c.text, c.id)) << c.text << " / " << c.id;
   }
-  for (const char* no : {"vona_firmware.dff", "vona_firmware_x.df", "vona_firmware_x.dff.txt", ".dff", "", "vona"}) {
-    EXPECT_EQ(0, fw_is_firmware_file_name(no)) << no;
-  }
-  EXPECT_EQ(1, fw_is_firmware_file_name_for_product_id_prefix("VONA_FIRMWARE_ABC_1.2.DFF", "abc"));
-  EXPECT_EQ(1, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_abc_.dff", "abc"));
-  EXPECT_EQ(0, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_abc.dff", "abc"));
-  EXPECT_EQ(0, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_abcd_1.dff", "abc"));
-  EXPECT_EQ(0, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_abc_1.img", "abc"));
-  EXPECT_EQ(0, fw_is_firmware_file_name_for_product_id_prefix("vona_firmware_ab", "abc"));
 }
 
 TEST(FirmwareHeader, LayoutIsReproducibleFromTheSeed) {
@@ -160,14 +151,14 @@ TEST(FirmwareHeader, WalkingStringsAndFindingParameters) {
   EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, two + 5));
   EXPECT_STREQ("cd", (cursor = two, fw_parse_next_zt_string(&cursor, two + 6)));
 
-  EXPECT_STREQ("value", fw_get_header_param_value(text + 13, end, "name"));
-  EXPECT_STREQ("other", fw_get_header_param_value(text + 13, end, "named"));
-  EXPECT_STREQ("empty", fw_get_header_param_value(text + 13, end, ""));
-  EXPECT_STREQ("3", fw_get_header_param_value(text + 13, end, "hwv"));
-  EXPECT_EQ(nullptr, fw_get_header_param_value(text + 13, end, "x"));     // the string at start itself
-  EXPECT_EQ(nullptr, fw_get_header_param_value(text + 13, end, "nam"));
-  EXPECT_EQ(nullptr, fw_get_header_param_value(text + 13, end, "late"));  // after a string without ':'
-  EXPECT_EQ(nullptr, fw_get_header_param_value(text, end, "name"));       // "second" ends the search
+  // From the string at `start` (never matched itself) to the first string without ':'.
+  struct Param { const char *start, *name, *value; };
+  for (const Param& c : std::vector<Param>{{text + 13, "name", "value"}, {text + 13, "named", "other"},
+                                          {text + 13, "", "empty"}, {text + 13, "hwv", "3"}, {text + 13, "x", nullptr},
+                                          {text + 13, "nam", nullptr}, {text + 13, "late", nullptr}, {text, "name", nullptr}}) {
+    const char* value = fw_get_header_param_value(c.start, end, c.name);
+    EXPECT_STREQ(c.value, value) << c.name;
+  }
 }
 
 TEST(FirmwareBody, ChecksumAndBlockCipher) {
@@ -276,7 +267,9 @@ TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnce) {
                    "product_id: old\nfirmware_version:\t1.0 \nother: x\nproduct_id:  vona_base  \r\n");
   auto print_all = [&] {
     const char* id = get_product_id();
+    get_base_product_id();
     test::write_file(config + "product_id.txt", "changed\n");
+    test::write_file(config + "base_firmware_info.txt", "product_id: changed\n");
     fprintf(stderr, "[%s][%s][%s][%s][%s][%d]\n", id, get_upgrade_product_id_prefix(), get_firmware_version(),
             get_base_product_id(), get_base_firmware_version(), id == get_product_id());
     exit(0);

@@ -1,13 +1,9 @@
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <random>
-#include <vector>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
@@ -195,24 +191,19 @@ TEST(MpegSection, EqualityIgnoresVersionAndCrcButNotContent) {
 }
 
 TEST(MpegPts, DifferenceAcrossTheClockWrap) {
-  const unsigned int wrap = 95443717;
-  EXPECT_EQ(27, mpeg_utils_get_difference_pts_ms(10, 95443700, 5000));
-  EXPECT_EQ(4000, mpeg_utils_get_difference_pts_ms(5000, 1000, 5000));
-  EXPECT_EQ(-4000, mpeg_utils_get_difference_pts_ms(1000, 5000, 5000));
-  // a wrapped: the window is closed below and open above.
-  EXPECT_EQ(-5000, mpeg_utils_get_difference_pts_ms(0, wrap + 5000, 5000));
-  EXPECT_EQ(4999, mpeg_utils_get_difference_pts_ms(4999, wrap, 5000));
-  EXPECT_EQ(5000LL - wrap, mpeg_utils_get_difference_pts_ms(5000, wrap, 5000));
-  // b wrapped: open below and closed above, the wrap taken off the low 32 bits.
-  EXPECT_EQ(4999, mpeg_utils_get_difference_pts_ms(wrap + 4999, 0, 5000));
-  EXPECT_EQ((long long)wrap + 5000, mpeg_utils_get_difference_pts_ms(wrap + 5000, 0, 5000));
-  EXPECT_EQ(0, mpeg_utils_get_difference_pts_ms(wrap + 10, 10, 5000));
-  EXPECT_EQ(0xFFFFFFFFLL, mpeg_utils_get_difference_pts_ms(wrap - 1, 0, 5000));
-  EXPECT_EQ(0x100000000LL - 5000, mpeg_utils_get_difference_pts_ms(wrap - 5000, 0, 5000));
-  EXPECT_EQ((long long)wrap - 5001, mpeg_utils_get_difference_pts_ms(wrap - 5001, 0, 5000));
-  // Far apart: the plain difference, in 64 bits.
-  EXPECT_EQ(4294967295LL, mpeg_utils_get_difference_pts_ms(0xFFFFFFFFu, 0, 5000));
-  EXPECT_EQ(-4294967295LL, mpeg_utils_get_difference_pts_ms(0, 0xFFFFFFFFu, 5000));
+  const long long wrap = 95443717;
+  struct Case { long long a, b, expected; };
+  for (const Case& c : std::vector<Case>{
+           {10, 95443700, 27}, {5000, 1000, 4000}, {1000, 5000, -4000},
+           // a wrapped: the window is closed below and open above.
+           {0, wrap + 5000, -5000}, {4999, wrap, 4999}, {5000, wrap, 5000 - wrap},
+           // b wrapped: open below and closed above, the wrap taken off the low 32 bits.
+           {wrap + 4999, 0, 4999}, {wrap + 5000, 0, wrap + 5000}, {wrap + 10, 10, 0}, {wrap - 1, 0, 0xFFFFFFFFLL},
+           {wrap - 5000, 0, 0x100000000LL - 5000}, {wrap - 5001, 0, wrap - 5001},
+           // Far apart: the plain difference, in 64 bits.
+           {0xFFFFFFFFLL, 0, 4294967295LL}, {0, 0xFFFFFFFFLL, -4294967295LL}}) {
+    EXPECT_EQ(c.expected, mpeg_utils_get_difference_pts_ms((unsigned)c.a, (unsigned)c.b, 5000)) << c.a << " - " << c.b;
+  }
 }
 
 using TsTool = test::SandboxTest;
