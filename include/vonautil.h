@@ -53,6 +53,10 @@
 #include "player/src/util/mt/brace_url.h"
 #include "player/src/util/mt/url_type.h"
 
+/* XML documents and GUI skin configuration */
+#include "player/src/util/mt/xml_parser.h"
+#include "player/src/util/mt/gui_skin_config.h"
+
 /* Firmware files and MPEG sections */
 #include "player/src/util/firmware_file.h"
 #include "player/src/util/mpeg_utils.h"
