@@ -115,14 +115,16 @@ class Scanner {
     return past(p, ">");  // "<!DOCTYPE", "<?pi", "< x": skipped up to '>'
   }
 
+  // An element one level below the current one; it stays open unless it ends with "/>".
   const char* start_tag(const char* tag) {
+    if (depth_ + 1 > result_.max_depth) result_.max_depth = depth_ + 1;
+    if (depth_ + 1 > max_depth_) return refuse(tag, "Elements nested too deeply");
     bool after_equals = false;
     int attributes = 0;
     for (const char* p = tag + 1; *p;) {
       char c = *p;
       if (c == '>') {
-        if (++depth_ > result_.max_depth) result_.max_depth = depth_;
-        if (depth_ > max_depth_) return refuse(tag, "Elements nested too deeply");
+        ++depth_;
         return p + 1;
       }
       if (c == '/') return p[1] == '>' ? p + 2 : nullptr;
