@@ -356,6 +356,7 @@ TEST(XmlHostile, RefusesOrFailsWithoutCrashing) {
       Doc("<?xml version='1.0' encoding='ISO-8859-1'?>" + nested(XML_MAX_DEPTH * 2, "<a>\xE9</a>", "")).doc));
   EXPECT_EQ(100, atoi(Doc("<?xml version='1.0' encoding='UTF&#45;8'?><a/>").error().c_str()));
   EXPECT_EQ(100, atoi(Doc("<?xml version=\"></a></a>\"?>" + nested(XML_MAX_DEPTH + 1, "<a>", "")).error().c_str()));
+  EXPECT_EQ(100, atoi(Doc("<?xml version='1.0'?><r x=\xEF\xBB\xBF'/>'>" + nested(XML_MAX_DEPTH, "<a>", "")).error().c_str()));
 
   std::string ten_mb(10 << 20, 'v');
   Doc long_value("<a v=\"" + ten_mb + "\"/>");
@@ -374,11 +375,11 @@ TEST(XmlHostile, RefusesOrFailsWithoutCrashing) {
 // The scan never sees less depth than the parser builds, on documents of every construct.
 TEST(XmlHostile, ScanDepthBoundsTheParsedDepth) {
   const char* pieces[] = {"<a>", "</a>", "<b x='</b>'>", "<!--</a>-->", "<![CDATA[</a>]]>", "<?xml v='>'?>", "<c/>",
-                          "\xC3", "\xE0", "t", "<!x>", "</b>", "<?xml version='>'?>", "<d y=\"'\" z=a>"};
+                          "\xC3", "\xE0", "t", "<!x>", "</b>", "<?xml version='>'?>", "<d y=\"'\" z=a>", "<e f=\xEF\xBB\xBF'>'>"};
   unsigned seed = 1;
   for (int round = 0; round < 3000; ++round) {
     std::string text = round % 2 ? "<?xml version='1.0'?>" : "";
-    for (int i = 0; i < 40; ++i) text += pieces[((seed = seed * 1103515245 + 12345) >> 16) % 14];
+    for (int i = 0; i < 40; ++i) text += pieces[((seed = seed * 1103515245 + 12345) >> 16) % 15];
     int depth = 0, deepest = 0;
     Doc d(text);
     std::function<void(xml_element*)> walk = [&](xml_element* e) {

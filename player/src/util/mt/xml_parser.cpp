@@ -119,7 +119,8 @@ class Scanner {
   const char* start_tag(const char* tag) {
     if (depth_ + 1 > result_.max_depth) result_.max_depth = depth_ + 1;
     if (depth_ + 1 > max_depth_) return refuse(tag, "Elements nested too deeply");
-    bool after_equals = false;
+    // In a start tag the parser reads a quote either as the start of an attribute value or
+    // as an error that ends parsing, so every quote is taken as a value.
     int attributes = 0;
     for (const char* p = tag + 1; *p;) {
       char c = *p;
@@ -129,18 +130,10 @@ class Scanner {
       }
       if (c == '/') return p[1] == '>' ? p + 2 : nullptr;
       if (c == '"' || c == '\'') {
-        if (!after_equals) return nullptr;
         p = skip_text(p + 1, c);
         if (*p == '\0') return nullptr;
-        ++p;
-        after_equals = false;
-        continue;
-      }
-      if (c == '=') {
-        after_equals = true;
-        if (++attributes > max_attributes_) return refuse(tag, "Too many attributes on one element");
-      } else if (!is_space(c)) {
-        after_equals = false;
+      } else if (c == '=' && ++attributes > max_attributes_) {
+        return refuse(tag, "Too many attributes on one element");
       }
       ++p;
     }
