@@ -247,56 +247,42 @@ TEST(Xmlp, AttributeReadersFollowTheirTable) {
   const char* doc = "<r>\n<e s=\"v\" empty=\"\" n=\"7\" low=\"3\" five=\"5\" bad=\"7x\" huge=\"99999999999\" one=\"1\""
                     " neg=\"-1\" two=\"2\" ff=\"ff\" big=\"1FF\" hneg=\"-1\" hbad=\"g\"/></r>";
   auto e = [](xmlp_context* c) { return xml_element_first_child_element(c->root); };
-  struct Case {
-    std::function<int(xmlp_context*)> read;
-    int result;
+  using Reader = int (*)(xmlp_context*, const xml_element*, const char*, int);
+  const Reader i = xmlp_get_int, implied = xmlp_get_int_implied, b = xmlp_get_bool, h = xmlp_get_hex_byte;
+  const Reader word = [](xmlp_context* c, const xml_element* el, const char* name, int d) {
+    return xmlp_get_enum(c, el, name, [](const char* v) { return strcmp(v, "v") == 0 ? 3 : v[0] ? -1 : 4; }, d);
+  };
+  const struct {
+    Reader read;
+    const char* name;
+    int default_value, result;
     const char* message;
+  } cases[] = {
+      {i, "n", 5, 7, ""}, {i, "five", 5, 5, ""}, {implied, "x", 5, 5, ""}, {implied, "n", 5, 7, ""},
+      {i, "low", 5, 5, "Attribute value low=\"3\" is too small; default value 5 used."},
+      {i, "bad", 5, 5, "Invalid attribute value bad=\"7x\"; default value 5 used."},
+      {i, "huge", 5, 5, "Invalid attribute value huge=\"99999999999\"; default value 5 used."},
+      {i, "x", 5, 5, "Missing attribute x; default value 5 used."},
+      {i, "empty", 5, 5, "Empty attribute empty; default value 5 used."},
+      {implied, "low", 5, 5, "is too small"}, {implied, "empty", 5, 5, "Empty attribute"},
+      {implied, "bad", 5, 5, "Invalid attribute value"}, {b, "one", 0, 1, ""},
+      {b, "neg", 0, 0, "Attribute value neg=\"-1\" should be 0 or 1; default value 0 used."},
+      {b, "two", 1, 1, "should be 0 or 1; default value 1"},
+      {b, "bad", 1, 1, "Invalid attribute value bad=\"7x\"; default value 1 used."},
+      {b, "x", 1, 1, "Missing attribute x; default value 1 used."},
+      {b, "empty", 1, 1, "Empty attribute empty; default value 1 used."}, {h, "ff", 0, 255, ""},
+      {h, "big", 10, 10, "Attribute value big=\"1FF\" is not in range 00..FF; default value 0A used."},
+      {h, "hneg", 10, 10, "is not in range 00..FF"},
+      {h, "hbad", 10, 10, "Invalid attribute value hbad=\"g\"; default value 0A used."},
+      {h, "x", 10, 10, "Missing attribute x; default value 0A"}, {h, "empty", 10, 10, "Empty attribute empty; default"},
+      {word, "s", 1, 3, ""}, {word, "empty", 1, 4, ""},
+      {word, "n", 1, 1, "Invalid attribute value n=\"7\"; default value used."},
+      {word, "x", 1, 1, "Missing attribute x; default value used."},
   };
-  const Case cases[] = {
-      {[&](xmlp_context* c) { return xmlp_get_int(c, e(c), "n", 5); }, 7, ""},
-      {[&](xmlp_context* c) { return xmlp_get_int(c, e(c), "five", 5); }, 5, ""},
-      {[&](xmlp_context* c) { return xmlp_get_int(c, e(c), "low", 5); }, 5,
-       "Attribute value low=\"3\" is too small; default value 5 used."},
-      {[&](xmlp_context* c) { return xmlp_get_int(c, e(c), "bad", 5); }, 5,
-       "Invalid attribute value bad=\"7x\"; default value 5 used."},
-      {[&](xmlp_context* c) { return xmlp_get_int(c, e(c), "huge", 5); }, 5,
-       "Invalid attribute value huge=\"99999999999\"; default value 5 used."},
-      {[&](xmlp_context* c) { return xmlp_get_int(c, e(c), "x", 5); }, 5, "Missing attribute x; default value 5 used."},
-      {[&](xmlp_context* c) { return xmlp_get_int(c, e(c), "empty", 5); }, 5,
-       "Empty attribute empty; default value 5 used."},
-      {[&](xmlp_context* c) { return xmlp_get_int_implied(c, e(c), "x", 5); }, 5, ""},
-      {[&](xmlp_context* c) { return xmlp_get_int_implied(c, e(c), "n", 5); }, 7, ""},
-      {[&](xmlp_context* c) { return xmlp_get_int_implied(c, e(c), "low", 5); }, 5, "is too small"},
-      {[&](xmlp_context* c) { return xmlp_get_int_implied(c, e(c), "empty", 5); }, 5, "Empty attribute"},
-      {[&](xmlp_context* c) { return xmlp_get_int_implied(c, e(c), "bad", 5); }, 5, "Invalid attribute value"},
-      {[&](xmlp_context* c) { return xmlp_get_bool(c, e(c), "one", 0); }, 1, ""},
-      {[&](xmlp_context* c) { return xmlp_get_bool(c, e(c), "neg", 0); }, 0,
-       "Attribute value neg=\"-1\" should be 0 or 1; default value 0 used."},
-      {[&](xmlp_context* c) { return xmlp_get_bool(c, e(c), "two", 1); }, 1, "should be 0 or 1; default value 1"},
-      {[&](xmlp_context* c) { return xmlp_get_bool(c, e(c), "bad", 1); }, 1,
-       "Invalid attribute value bad=\"7x\"; default value 1 used."},
-      {[&](xmlp_context* c) { return xmlp_get_bool(c, e(c), "x", 1); }, 1, "Missing attribute x; default value 1 used."},
-      {[&](xmlp_context* c) { return xmlp_get_bool(c, e(c), "empty", 1); }, 1,
-       "Empty attribute empty; default value 1 used."},
-      {[&](xmlp_context* c) { return xmlp_get_hex_byte(c, e(c), "ff", 0); }, 255, ""},
-      {[&](xmlp_context* c) { return xmlp_get_hex_byte(c, e(c), "big", 10); }, 10,
-       "Attribute value big=\"1FF\" is not in range 00..FF; default value 0A used."},
-      {[&](xmlp_context* c) { return xmlp_get_hex_byte(c, e(c), "hneg", 10); }, 10, "is not in range 00..FF"},
-      {[&](xmlp_context* c) { return xmlp_get_hex_byte(c, e(c), "hbad", 10); }, 10,
-       "Invalid attribute value hbad=\"g\"; default value 0A used."},
-      {[&](xmlp_context* c) { return xmlp_get_hex_byte(c, e(c), "x", 10); }, 10, "Missing attribute x; default value 0A"},
-      {[&](xmlp_context* c) { return xmlp_get_hex_byte(c, e(c), "empty", 10); }, 10, "Empty attribute empty; default"},
-      {[&](xmlp_context* c) { return xmlp_get_enum(c, e(c), "s", [](const char* v) { return v[0] == 'v' ? 3 : -1; }, 1); },
-       3, ""},
-      {[&](xmlp_context* c) { return xmlp_get_enum(c, e(c), "empty", [](const char* v) { return v[0] ? -1 : 4; }, 1); },
-       4, ""},
-      {[&](xmlp_context* c) { return xmlp_get_enum(c, e(c), "n", [](const char*) { return -1; }, 1); }, 1,
-       "Invalid attribute value n=\"7\"; default value used."},
-      {[&](xmlp_context* c) { return xmlp_get_enum(c, e(c), "x", [](const char*) { return 2; }, 1); }, 1,
-       "Missing attribute x; default value used."},
-  };
-  for (const Case& c : cases) {
-    std::string messages = xmlp_messages(doc, "r", [&](xmlp_context* context) { EXPECT_EQ(c.result, c.read(context)); });
+  for (const auto& c : cases) {
+    std::string messages = xmlp_messages(doc, "r", [&](xmlp_context* context) {
+      EXPECT_EQ(c.result, c.read(context, e(context), c.name, c.default_value)) << c.name;
+    });
     if (*c.message) EXPECT_TRUE(Contains(messages, "0:Line 2: ") && Contains(messages, c.message));
     else EXPECT_EQ("", messages);
   }
