@@ -1,16 +1,21 @@
 # The two set-up commands of a fresh Debian machine:
-#   make demo   install what is missing, build everything, run `vonautil demo` in a sandbox root
+#   make demo   install what is missing, build the library and the tool, run `vonautil demo`
+#               in a sandbox root
 #   make test   install what is missing, build everything, run the whole test suite
 # and, for CI and developers:
 #   make sanitize   the suite once more, built with AddressSanitizer and UndefinedBehaviorSanitizer
 #   make bench      build and run the benchmarks (results are ratios to a peer in the same run)
+#   make test-armhf cross-build for 32-bit ARM (installing the cross tools as root) and run the
+#                   suite under qemu-arm
 
 PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev libtinyxml-dev libssl-dev
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 CMAKE_FLAGS ?=
+# The generated makefiles run make recursively; without this each level announces its folder.
+CMAKE_BUILD := MAKEFLAGS=--no-print-directory cmake --build
 
-.PHONY: all demo test sanitize bench deps configure build clean
+.PHONY: all demo test sanitize bench test-armhf deps configure build clean
 
 all: build
 
@@ -32,9 +37,15 @@ configure: deps
 	cmake -S . -B $(BUILD) $(CMAKE_FLAGS)
 
 build: configure
-	cmake --build $(BUILD) -j $(JOBS)
+	$(CMAKE_BUILD) $(BUILD) -j $(JOBS)
 
-demo: build
+# The demo needs the library and the tool only; their build log is shown if it fails.
+demo: deps
+	@echo "Building the library and the tool in $(BUILD)/ (log: $(BUILD)/demo-build.log)"
+	@mkdir -p $(BUILD)
+	@{ cmake -S . -B $(BUILD) $(CMAKE_FLAGS) && \
+	   $(CMAKE_BUILD) $(BUILD) -j $(JOBS) --target vonautil_tool; \
+	 } > $(BUILD)/demo-build.log 2>&1 || { cat $(BUILD)/demo-build.log; exit 1; }
 	$(BUILD)/vonautil demo
 
 test: build
@@ -47,5 +58,13 @@ bench:
 	$(MAKE) build CMAKE_FLAGS="-DCMAKE_BUILD_TYPE=Release"
 	@for b in $(BUILD)/bench/*_bench; do echo "== $$b"; $$b --benchmark_counters_tabular=true || exit 1; done
 
+ARMHF_BUILD ?= build-armhf
+test-armhf:
+	@cmake/install_armhf_packages.sh
+	cmake -S . -B $(ARMHF_BUILD) -DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/arm-linux-gnueabihf.cmake \
+	  -DVONAUTIL_BUILD_BENCH=OFF -DVONAUTIL_BUILD_FUZZ=OFF $(CMAKE_FLAGS)
+	$(CMAKE_BUILD) $(ARMHF_BUILD) -j $(JOBS)
+	ctest --test-dir $(ARMHF_BUILD) --output-on-failure -j $(JOBS)
+
 clean:
-	rm -rf build build-sanitize
+	rm -rf build build-sanitize build-armhf

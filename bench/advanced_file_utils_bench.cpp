@@ -16,6 +16,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "quiet_stderr.hpp"
 #include "vonautil.h"
 
 extern char** environ;
@@ -81,25 +82,6 @@ const Tree& tree() {
   static Tree instance;
   return instance;
 }
-
-// Standard error goes to /dev/null while it lives.
-class QuietStderr {
- public:
-  QuietStderr() : saved_(dup(2)) {
-    fflush(stderr);
-    int null = open("/dev/null", O_WRONLY);
-    dup2(null, 2);
-    close(null);
-  }
-  ~QuietStderr() {
-    fflush(stderr);
-    dup2(saved_, 2);
-    close(saved_);
-  }
-
- private:
-  int saved_;
-};
 
 void remove_copy() { run({"rm", "-rf", tree().copy().c_str()}); }
 

@@ -43,6 +43,15 @@
 #include "player/src/util/mt/settings_provider.h"
 #include "player/src/util/mt/path_encoding.h"
 
+/* Translations and the text managers */
+#include "player/src/util/mt/translation.h"
+#include "player/src/util/mt/text_manager_mt.h"
+#include "player/src/util/text_manager.h"
+
+/* The generic setup model and the apply-setting handlers */
+#include "player/src/util/apply_setting_handler.h"
+#include "player/src/util/generic_setup_model.h"
+
 /* Files, paths and URLs */
 #include "player/src/util/mt/path_utils.h"
 #include "player/src/util/mt/fs_path.h"
@@ -52,6 +61,13 @@
 #include "player/src/util/mt/url_utils.h"
 #include "player/src/util/mt/brace_url.h"
 #include "player/src/util/mt/url_type.h"
+
+/* Processes and IPC: request files, progress heartbeat, top-level commands, application switcher */
+#include "player/src/util/mt/progress.h"
+#include "player/src/util/mt/simple_ipc_client.h"
+#include "player/src/util/simple_ipc_server.h"
+#include "player/src/util/top_level_command.h"
+#include "player/src/util/app_switcher.h"
 
 /* XML documents and GUI skin configuration */
 #include "player/src/util/mt/xml_parser.h"

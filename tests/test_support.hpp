@@ -106,6 +106,21 @@ inline std::string assertion_report(const std::string& module, int line, const s
          ": Assertion `" + literal(expression) + "' failed\\.";
 }
 
+// What f() prints on standard output or on standard error.
+template <typename F>
+std::string captured_stdout(F&& f) {
+  testing::internal::CaptureStdout();
+  f();
+  fflush(stdout);
+  return testing::internal::GetCapturedStdout();
+}
+template <typename F>
+std::string captured_stderr(F&& f) {
+  testing::internal::CaptureStderr();
+  f();
+  return testing::internal::GetCapturedStderr();
+}
+
 // Runs the vonautil tool with a shell command line; returns the exit status and fills `output`
 // with what it printed on standard output (standard error too when `merge_stderr`).
 inline int run_tool(const std::string& arguments, std::string* output = nullptr, bool merge_stderr = false) {

@@ -60,11 +60,16 @@ static void print_overview(FILE* out) {
 
 static int run_version(const std::vector<std::string>& args) {
   if (!args.empty()) return usage_error("version", "takes no arguments");
-  printf("vonautil %s\n", vonautil_version());
+  printf("vonautil %s\nfirmware keys: %s%s, fingerprint %s\n", vonautil_version(), fw_get_key_set(),
+         strcmp(fw_get_key_set(), "development") == 0 ? " (NOT FOR PRODUCTS)" : "", fw_get_key_fingerprint());
   return kOk;
 }
 
-TOOL_COMMAND("version", "print the library's version", "Usage: vonautil version\nPrints the library's version.\n",
+TOOL_COMMAND("version", "print the library's version and its firmware key set",
+             "Usage: vonautil version\n"
+             "Prints the library's version and the firmware key set built into it: \"development\"\n"
+             "(the keys that come with the source, not for products) or \"product\" (the build's\n"
+             "VONAUTIL_KEY_FILE), with the fingerprint of the keys.\n",
              run_version);
 
 }  // namespace tool

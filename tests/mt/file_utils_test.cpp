@@ -1,5 +1,7 @@
 #include "player/src/util/mt/file_utils.h"
 
+#include "player/src/util/mt/advanced_file_utils.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -168,6 +170,40 @@ TEST_F(FileUtilsTest, NamesAndDescriptors) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(FS_disable_direct_mode(-1, "closed"), 0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "fcntl(GET_FLAGS, closed) failed: Bad file descriptor\n");
+}
+
+// Movie files over 2 GiB on a 32-bit box: listed, walked, stat'ed and read beyond 2 GiB. A
+// sparse file costs no disk space.
+TEST_F(FileUtilsTest, FilesBeyondTwoGibibytes) {
+  const long long size = 5LL << 30, marker_offset = (4LL << 30) + 3;
+  test::make_dirs(at("movies"));
+  const std::string movie = at("movies/big.mkv");
+  int fd = open(movie.c_str(), O_WRONLY | O_CREAT, 0644);
+  ASSERT_GE(fd, 0);
+  ASSERT_EQ(ftruncate(fd, size), 0);
+  ASSERT_EQ(pwrite(fd, "marker", 6, marker_offset), 6);
+  close(fd);
+
+  struct stat status;
+  ASSERT_EQ(FS_stat(movie.c_str(), &status), 0);
+  EXPECT_EQ(status.st_size, size);
+  ASSERT_EQ(FS_lstat(movie.c_str(), &status), 0);
+  EXPECT_EQ(status.st_size, size);
+  char buffer[8];
+  EXPECT_EQ(FS_read_to_buffer(movie.c_str(), marker_offset, buffer, sizeof buffer), 7);
+  EXPECT_STREQ(buffer, "marker");
+  EXPECT_EQ(FS_read_to_buffer(movie.c_str(), size - 2, buffer, sizeof buffer), 2);
+  EXPECT_EQ(FS_read_to_buffer(movie.c_str(), size + 10, buffer, sizeof buffer), 0);
+
+  EXPECT_EQ(take(FS_scandir(at("movies").c_str())), Lines{"big.mkv"});
+  std::vector<std::pair<std::string, long long>> seen;
+  auto record = [](const char* path, const struct stat* status, void* context) {
+    static_cast<decltype(seen)*>(context)->emplace_back(path, (long long)status->st_size);
+    return (int)FS_VISIT_CONTINUE;
+  };
+  EXPECT_EQ(FS_iterate_recursively(at("movies").c_str(), FS_ITER_PRE_ORDER, record, &seen), 0);
+  ASSERT_EQ(seen.size(), 2u);
+  EXPECT_EQ(seen[1], std::make_pair(movie, size));
 }
 
 TEST_F(FileUtilsTest, AssertionsNameTheirExpression) {

@@ -35,13 +35,7 @@ std::string saved(const properties* p) {
   return copy;
 }
 
-template <typename F>
-std::string captured_stdout(F&& f) {
-  testing::internal::CaptureStdout();
-  f();
-  fflush(stdout);
-  return testing::internal::GetCapturedStdout();
-}
+using test::captured_stdout;
 
 }  // namespace
 

@@ -9,11 +9,9 @@
 
 static std::string contents(const str_buf& sb) { return std::string(sb.data, sb.length); }
 
-// A heap buffer of `size` bytes, as far as the allocator lets us see.
-static void expect_allocation(size_t size, void* memory) {
-  EXPECT_GE(malloc_usable_size(memory), size);
-  EXPECT_LT(malloc_usable_size(memory), 2 * size);
-}
+// A heap buffer of at least `size` bytes. How much more the allocator hands out, and whether
+// it gives memory back when a block shrinks, differs between allocators and word sizes.
+static void expect_allocation(size_t size, void* memory) { EXPECT_GE(malloc_usable_size(memory), size); }
 
 TEST(StrBuf, GrowsAppendsAndRemoves) {
   str_buf sb = {};

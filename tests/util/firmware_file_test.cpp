@@ -1,7 +1,9 @@
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 
+#include <cctype>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -299,6 +301,37 @@ TEST_F(FirmwareIdentity, MissingOrEmptyFilesEndTheProcess) {
 }
 
 using FirmwareTool = test::SandboxTest;
+
+// The key set is told by name and by a fingerprint that anyone can compute from the key file:
+// SHA-256 over the numbers' lower-case hex digits in the file's order, its first 16 digits.
+TEST(FirmwareKeys, TheBuiltInSetIsNamedAndFingerprinted) {
+  FILE* file = fopen(VONAUTIL_KEY_FILE_USED, "r");
+  ASSERT_NE(nullptr, file);
+  std::string digits;
+  char name[64], hex[1024];
+  for (char line[1100]; fgets(line, sizeof line, file);)
+    if (line[0] != '#' && sscanf(line, "%63s %1023s", name, hex) == 2)
+      for (const char* c = hex; *c; ++c) digits += (char)tolower((unsigned char)*c);
+  fclose(file);
+  unsigned char sha[EVP_MAX_MD_SIZE];
+  unsigned int sha_length = 0;
+  ASSERT_EQ(1, EVP_Digest(digits.data(), digits.size(), sha, &sha_length, EVP_sha256(), nullptr));
+  char fingerprint[17];
+  for (int i = 0; i < 8; ++i) snprintf(fingerprint + 2 * i, 3, "%02x", sha[i]);
+  EXPECT_STREQ(fingerprint, fw_get_key_fingerprint());
+#ifdef VONAUTIL_DEV_KEY_DIR
+  const std::string set = "development (NOT FOR PRODUCTS)";
+  EXPECT_STREQ("development", fw_get_key_set());
+#else
+  const std::string set = "product";
+  EXPECT_STREQ("product", fw_get_key_set());
+#endif
+  std::string out;
+  EXPECT_EQ(0, test::run_tool("version", &out));
+  EXPECT_EQ(std::string("vonautil ") + vonautil_version() + "\nfirmware keys: " + set + ", fingerprint " +
+                fingerprint + "\n",
+            out);
+}
 
 TEST_F(FirmwareTool, InspectAndName) {
   char header[FW_FILE_HEADER_SIZE];

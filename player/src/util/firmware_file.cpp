@@ -15,7 +15,8 @@
 namespace {
 
 // The product's key data, generated at configure time from the key file (kBodyKey, and the
-// big-endian p, q, g and y of the firmware key and of the second key).
+// big-endian p, q, g and y of the firmware key and of the second key), with the name and
+// fingerprint of the key set (kKeySet, kKeyFingerprint).
 #include "firmware_keys.inc"
 
 const char kSignaturePrefix[] = "VONA FIRMWARE FILE [";
@@ -306,6 +307,9 @@ int fw_verify_das_dsa_signature(const unsigned char* digest, int digest_length, 
                                 int signature_length) {
   return verify_dsa(kDasKey, digest, digest_length, signature, signature_length);
 }
+
+const char* fw_get_key_set(void) { return kKeySet; }
+const char* fw_get_key_fingerprint(void) { return kKeyFingerprint; }
 
 // --- identity ------------------------------------------------------------------------------
 

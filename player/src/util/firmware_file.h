@@ -86,6 +86,13 @@ int fw_verify_dsa_signature(const unsigned char* digest, int digest_length, cons
 int fw_verify_das_dsa_signature(const unsigned char* digest, int digest_length, const unsigned char* signature,
                                 int signature_length);
 
+/* The key set built in: "development" (the keys that come with the source, which no product may
+ * ship) or "product" (the key file given to the build). Its fingerprint tells product key sets
+ * apart: the first 16 hex digits of the SHA-256 of the keys' numbers as lower-case hex, in the
+ * order of the key file (body_key, firmware_p, _q, _g, _y, das_p, _q, _g, _y). */
+const char* fw_get_key_set(void);
+const char* fw_get_key_fingerprint(void);
+
 /* --- identity of the running device, read once from "/firmware/config/" --- */
 
 /* The first lines of "product_id.txt", "upgrade_product_id_prefix.txt" and

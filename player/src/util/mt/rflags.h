@@ -15,6 +15,12 @@ int rflags_divx_visible(void);
 /* Sets the flag: non-zero for "yes", 0 for "no". */
 void rflags_set_divx_visible(int visible);
 
+/* 1 when the remote's key for the karaoke video-on-demand menu is enabled ("yes"); 0 by
+ * default ("no"). */
+int rflags_ktv_vod_enabled(void);
+/* Sets the flag: non-zero for "yes", 0 for "no". */
+void rflags_set_ktv_vod_enabled(int enabled);
+
 VONA_END_DECLS
 
 #endif

@@ -1,0 +1,188 @@
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+
+#include "player/src/util/mt/simple_ipc_client.hpp"
+#include "test_support.hpp"
+#include "vonautil.h"
+
+namespace {
+
+#define EXPECT_LOGGED(log, part) EXPECT_NE(std::string::npos, (log).find(part)) << (log)
+
+class SimpleIpcClient : public test::SandboxTest {
+ protected:
+  void SetUp() override {
+    test::make_dirs(dir);
+    client = simple_ipc_create_and_connect("player");
+  }
+  void TearDown() override { simple_ipc_disconnect_and_destroy(client); }
+  std::string file(const std::string& name) const { return dir + "/" + name; }
+  bool exists(const std::string& name) const { return access(file(name).c_str(), F_OK) == 0; }
+
+  // A server process that answers the first request it gets with the properties text.
+  pid_t answer_next_request(const char* answer) {
+    pid_t pid = fork();
+    if (pid != 0) return pid;
+    simple_ipc_server* server = simple_ipc_server_create("player");
+    for (int i = 0; i < 5000 && simple_ipc_server_get_num_requests(server) == 0; ++i, usleep(1000)) {
+      simple_ipc_server_look_for_new_requests(server);
+    }
+    properties* response = properties_create_empty();
+    properties_build_from_buffer(response, answer);
+    simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), response);
+    _exit(0);
+  }
+
+  std::string dir = sandbox.path("/tmp/run/ipc__player");
+  simple_ipc* client = nullptr;
+};
+
+int heartbeats = 0;
+void count_heartbeat() { ++heartbeats; }
+
+TEST_F(SimpleIpcClient, SendsRequestFilesAndTakesTheirAnswers) {
+  ASSERT_NE(nullptr, client);
+  EXPECT_EQ(dir, client->dir_path);
+  EXPECT_LOGGED(test::captured_stderr([] { EXPECT_EQ(nullptr, simple_ipc_create_and_connect("nobody")); }),
+                "] [simple_ipc_client] failed to connect to server 'nobody': dir not exist\n");
+  EXPECT_DEATH(simple_ipc_create_and_connect(nullptr),
+               test::assertion_report("player/src/util/mt/simple_ipc_client", 0, "simple_ipc_create", "server_id"));
+
+  properties* params = properties_create_empty();
+  properties_set(params, "path", "/tmp/mnt/D");
+  char first[SIMPLE_IPC_MAX_ID_SIZE], second[SIMPLE_IPC_MAX_ID_SIZE];
+  ASSERT_TRUE(simple_ipc_send_request(client, "disk_space_usage", params, first));
+  ASSERT_TRUE(simple_ipc_send_request(client, "eject", nullptr, second));
+  // "NAME.PID-COUNTER", the counter one more for each request of the process.
+  std::string first_id = first, second_id = second, pid = std::to_string(getpid());
+  long long counter = atoll(first_id.c_str() + first_id.find('-') + 1);
+  EXPECT_EQ("disk_space_usage." + pid + "-" + std::to_string(counter), first_id);
+  EXPECT_EQ("eject." + pid + "-" + std::to_string(counter + 1), second_id);
+  EXPECT_EQ("path = /tmp/mnt/D\n", test::read_file(file(first_id + ".cmd")));
+  EXPECT_TRUE(exists(second_id + ".cmd"));
+  EXPECT_EQ("", test::read_file(file(second_id + ".cmd")));
+
+  EXPECT_EQ(nullptr, simple_ipc_try_get_response(client, first));
+  test::write_file(file(first_id + ".res"), "status = ok\ntotal = 100\n");
+  properties* response = simple_ipc_try_get_response(client, first);
+  ASSERT_NE(nullptr, response);
+  EXPECT_NE(nullptr, response->index);
+  EXPECT_STREQ("100", properties_get(response, "total"));
+  EXPECT_FALSE(exists(first_id + ".res"));
+  EXPECT_EQ(nullptr, simple_ipc_try_get_response(client, first));
+
+  std::string long_name(300, 'n');  // the id is cut to its buffer; the file name is too long
+  EXPECT_FALSE(simple_ipc_send_request(client, long_name.c_str(), nullptr, first));
+  EXPECT_EQ(255u, strlen(first));
+  FS_remove_recursively_if_exists(dir.c_str());
+  EXPECT_FALSE(simple_ipc_send_request(client, "eject", params, second));
+  properties_free(response);
+  properties_free(params);
+}
+
+TEST_F(SimpleIpcClient, RemovingOldResponsesTakesEveryClientsAnswers) {
+  for (const char* name : {"a.1-1.res", ".res", "res", "b.1-2.res.tmp", "c.2-1.cmd"}) test::write_file(file(name), "");
+  simple_ipc* other = simple_ipc_create_and_connect("player");
+  char id[SIMPLE_IPC_MAX_ID_SIZE], my_id[SIMPLE_IPC_MAX_ID_SIZE];
+  ASSERT_TRUE(simple_ipc_send_request(other, "eject", nullptr, id));
+  test::write_file(file(std::string(id) + ".res"), "status = ok\n");  // answered, not yet read
+  // A client that sends the way the daemon clients do removes all answers first: the other
+  // client's answer goes with them, and its wait could only end by time-out.
+  ASSERT_TRUE(vona::simple_ipc_send_fresh_request(client, "[storage_ipc]", "reset_names", nullptr, my_id));
+  EXPECT_EQ(nullptr, simple_ipc_try_get_response(other, id));
+  EXPECT_FALSE(exists("a.1-1.res") || exists(".res"));
+  EXPECT_TRUE(exists("res") && exists("b.1-2.res.tmp") && exists("c.2-1.cmd") && exists(std::string(my_id) + ".cmd"));
+  simple_ipc_disconnect_and_destroy(other);
+  FS_remove_recursively_if_exists(dir.c_str());
+  EXPECT_LOGGED(test::captured_stderr([&] { simple_ipc_remove_all_responses(client); }),
+                "[simple_ipc_client] scandir(" + dir + ") failed: No such file or directory\n");
+}
+
+TEST(SimpleIpcStatus, NamesAreExactAndCaseSensitive) {
+  const char* names[] = {"ok", "pending", "error", "busy", "timed_out", "OK", "ok ", "", nullptr};
+  for (int status = 0; status < 9; ++status) {
+    EXPECT_EQ(status < 5 ? status : 3, simple_ipc_status_from_string(names[status], SIMPLE_IPC_STATUS_BUSY));
+    EXPECT_STREQ(status < 5 ? names[status] : "", vona::simple_ipc_status_name(status == 8 ? -1 : status));
+  }
+}
+
+TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerAndJudgesItsStatus) {
+  set_progress_heartbeat_func(count_heartbeat);
+  struct {
+    const char* answer;
+    simple_ipc_status status;
+    const char* verdict;
+  } cases[] = {{"status = ok\nid = 7\n", SIMPLE_IPC_STATUS_OK, "succeeded"},
+               {"status = busy\n", SIMPLE_IPC_STATUS_BUSY, "failed"},
+               {"status = Ok\n", SIMPLE_IPC_STATUS_ERROR, "failed"},
+               {"errdesc = no status\n", SIMPLE_IPC_STATUS_ERROR, "failed"}};
+  for (const auto& c : cases) {
+    test::write_file(file("stale.9-9.res"), "status = ok\n");
+    heartbeats = 0;
+    pid_t server = answer_next_request(c.answer);
+    properties* response = nullptr;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(c.status, vona::simple_ipc_exchange(client, "[network_ipc]", "mount", nullptr, &response));
+    std::string log = testing::internal::GetCapturedStderr();
+    waitpid(server, nullptr, 0);
+    ASSERT_NE(nullptr, response);
+    EXPECT_EQ(c.answer, test::take_string(properties_save_to_buffer(response)));
+    EXPECT_GE(heartbeats, 1);
+    EXPECT_LOGGED(log, "] [network_ipc] request 'mount." + std::to_string(getpid()));
+    EXPECT_LOGGED(log, "' is sent; waiting response\n");
+    EXPECT_LOGGED(log, std::string("' finished (") + c.verdict + ")\n");
+    EXPECT_FALSE(exists("stale.9-9.res"));
+    properties_free(response);
+  }
+
+  // Without a server the deadline ends the wait, with a heartbeat on every poll, and only
+  // for the thread that installed it.
+  heartbeats = 0;
+  properties not_set{};
+  properties* response = &not_set;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(SIMPLE_IPC_STATUS_TIMED_OUT, vona::simple_ipc_exchange(client, "[storage_ipc]", "eject", nullptr,
+                                                                   &response, vona::SimpleIpcWait{300000, 10000}));
+  EXPECT_LOGGED(testing::internal::GetCapturedStderr(), "' timed out\n");
+  EXPECT_EQ(nullptr, response);
+  EXPECT_GE(heartbeats, 1);
+  EXPECT_LE(heartbeats, 31);
+  int seen_in_thread = -1;
+  std::thread([&] { progress_heartbeat(), seen_in_thread = heartbeats; }).join();
+  EXPECT_EQ(heartbeats, seen_in_thread);
+  set_progress_heartbeat_func(nullptr);
+
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, vona::simple_ipc_exchange(nullptr, "[storage_ipc]", "eject", nullptr, &response));
+  FS_remove_recursively_if_exists(dir.c_str());
+  EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, vona::simple_ipc_exchange(client, "[storage_ipc]", "eject", nullptr, nullptr));
+  std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_LOGGED(log, "] [storage_ipc] command 'eject' failed: ipc not opened\n");
+  EXPECT_LOGGED(log, "] [storage_ipc] failed to send request 'eject'\n");
+}
+
+TEST_F(SimpleIpcClient, ToolServesAndSendsWithTheStatusAsExitStatus) {
+  for (const char* status : {"ok", "busy"}) {
+    pid_t server = fork();
+    if (server == 0) {
+      freopen("/dev/null", "w", stderr);
+      execl(VONAUTIL_TOOL, "vonautil", "ipc", "serve", "player", "--status", status, (char*)nullptr);
+      _exit(127);
+    }
+    std::string out;
+    EXPECT_EQ(strcmp(status, "ok") == 0 ? 0 : 1, test::run_tool("ipc send player mount id=3 dir=/a", &out));
+    EXPECT_EQ("status = " + std::string(status), out.substr(0, out.find('\n')));
+    kill(server, SIGTERM);
+    int exit_status = -1;
+    waitpid(server, &exit_status, 0);
+    EXPECT_TRUE(WIFEXITED(exit_status) && WEXITSTATUS(exit_status) == 0);
+  }
+  EXPECT_EQ(1, test::run_tool("ipc send nobody mount"));
+  EXPECT_EQ(2, test::run_tool("ipc send player mount novalue"));
+}
+
+}  // namespace

@@ -1,0 +1,258 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+#include <deque>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "test_support.hpp"
+#include "vonautil.h"
+
+namespace {
+
+#define EXPECT_LOGGED(log, part) EXPECT_NE(std::string::npos, (log).find(part)) << (log)
+
+class SimpleIpcServer : public test::SandboxTest {
+ protected:
+  void SetUp() override { test::make_dirs(sandbox.path("/tmp/run")); }
+  std::string file(const std::string& name) const { return dir + "/" + name; }
+  // A request file as a client would leave it, with its modification time.
+  void drop(const std::string& name, time_t mtime, const std::string& content = "") {
+    test::write_file(file(name), content);
+    struct timespec times[2] = {{mtime, 0}, {mtime, 0}};
+    utimensat(AT_FDCWD, file(name).c_str(), times, 0);
+  }
+  // The pending requests' ids in serving order.
+  std::string pending(simple_ipc_server* server) {
+    std::string ids;
+    for (int i = 0; i < simple_ipc_server_get_num_requests(server); ++i) {
+      ids += std::string(i ? " " : "") + simple_ipc_server_get_request(server, i)->id;
+    }
+    return ids;
+  }
+  std::string dir = sandbox.path("/tmp/run/ipc__storage_manager");
+};
+
+TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
+  simple_ipc_server* server = simple_ipc_server_create("storage_manager");
+  EXPECT_EQ(dir, server->dir_path);
+  EXPECT_NE(0, simple_ipc_server_get_mtime(server));
+  std::string long_name(130, 'n');
+  drop("disk_space_usage.42-7.cmd", 1000, "path = /tmp/mnt/D\nx=1\n");
+  drop(long_name + ".5-8.cmd", 1000);
+  drop("x.cmd", 1000);
+  drop("bad.12.cmd", 1000);
+  for (const char* name : {"a.b", "foo.res", "cmd", "q.1-1.cmd.tmp"}) drop(name, 1000);
+  mkdir(file("dir.1-2.cmd").c_str(), 0755);
+  testing::internal::CaptureStderr();
+  simple_ipc_server_look_for_new_requests(server);
+  std::string log = testing::internal::GetCapturedStderr();
+
+  ASSERT_EQ(2, simple_ipc_server_get_num_requests(server));
+  simple_ipc_request* request = simple_ipc_server_get_request(server, 0);
+  EXPECT_EQ("disk_space_usage.42-7 disk_space_usage 42 7 1000 /tmp/mnt/D",
+            std::string(request->id) + " " + request->name + " " + std::to_string(request->client_process_id) + " " +
+                std::to_string(request->counter) + " " + std::to_string(request->time) + " " +
+                properties_get_str(request->parameters, "path", "?"));
+  EXPECT_NE(nullptr, request->parameters->index);
+  EXPECT_EQ(long_name.substr(0, 127), simple_ipc_server_get_request(server, 1)->name);
+  EXPECT_EQ(long_name + ".5-8", simple_ipc_server_get_request(server, 1)->id);
+  EXPECT_LOGGED(log, "] [simple_ipc_server] got request 'disk_space_usage.42-7'\n");
+  EXPECT_LOGGED(log, "] [simple_ipc_server] Error: invalid cmd file format: x.cmd; ignored\n");
+  EXPECT_LOGGED(log, "] [simple_ipc_server] Error: invalid cmd file format: bad.12.cmd; ignored\n");
+  EXPECT_LOGGED(log, "] [simple_ipc_server] Error: read_file(" + file("dir.1-2.cmd") + ") failed: ");
+  EXPECT_EQ(5, std::count(log.begin(), log.end(), '\n')) << log;  // nothing about the other files
+  string_array* left = FS_scandir(dir.c_str());
+  string_array_sort(left);
+  EXPECT_EQ("a.b bad.12.cmd cmd dir.1-2.cmd foo.res q.1-1.cmd.tmp x.cmd",
+            test::take_string(string_array_join(left, " ", 0, -1)));
+  string_array_free(left);
+  EXPECT_DEATH(simple_ipc_server_get_request(server, 2),
+               test::assertion_report("player/src/util/simple_ipc_server", 0, "simple_ipc_server_get_request",
+                                      "ndx < ipc->requests->num_items"));
+  simple_ipc_server_free(server);
+  simple_ipc_server_free(nullptr);
+  test::write_file(sandbox.path("/tmp/run/ipc__blocked"), "");
+  EXPECT_EXIT((dup2(2, 1), simple_ipc_server_create("blocked/x")), testing::ExitedWithCode(1),
+              "### FATAL ERROR: \\[simple_ipc_server\\] failed to ensure_dir\\(.*/tmp/run/ipc__blocked/x\\): Not a "
+              "directory");
+  EXPECT_DEATH(simple_ipc_server_create(nullptr),
+               test::assertion_report("player/src/util/simple_ipc_server", 0, "simple_ipc_server_create", "server_id"));
+}
+
+TEST_F(SimpleIpcServer, ServesClientsByTheirFirstRequestAndEachInSendingOrder) {
+  simple_ipc_server* server = simple_ipc_server_create("storage_manager");
+  drop("eject.100-7.cmd", 5000);
+  drop("eject.100-3.cmd", 5000);
+  drop("reset_names.200-1.cmd", 4000);
+  simple_ipc_server_look_for_new_requests(server);
+  EXPECT_EQ("reset_names.200-1 eject.100-3 eject.100-7", pending(server));
+  // Newer requests of a client with a pending one line up behind it, even when their file
+  // times are older than another client's.
+  drop("resume_update.100-9.cmd", 3000);
+  drop("suspend_update.300-2.cmd", 4500);
+  simple_ipc_server_look_for_new_requests(server);
+  EXPECT_EQ("reset_names.200-1 suspend_update.300-2 eject.100-3 eject.100-7 resume_update.100-9", pending(server));
+
+  properties* response = simple_ipc_server_create_ok_response();
+  properties_set(response, "total", "12");
+  simple_ipc_request* eject = simple_ipc_server_get_request(server, 2);
+  testing::internal::CaptureStderr();
+  simple_ipc_server_finish_request(server, eject, response);
+  simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), nullptr);
+  simple_ipc_request ghost{};
+  ghost.id = const_cast<char*>("ghost.1-1");
+  simple_ipc_server_finish_request(server, &ghost, response);
+  std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_EQ("suspend_update.300-2 eject.100-7 resume_update.100-9", pending(server));
+  EXPECT_EQ("status = ok\ntotal = 12\n", test::read_file(file("eject.100-3.res")));
+  EXPECT_NE(0, access(file("reset_names.200-1.res").c_str(), F_OK));
+  EXPECT_NE(0, access(file("ghost.1-1.res").c_str(), F_OK));
+  EXPECT_LOGGED(log, "] [simple_ipc_server] finished request 'eject.100-3' (with_response=yes)\n");
+  EXPECT_LOGGED(log, "] [simple_ipc_server] finished request 'reset_names.200-1' (with_response=no)\n");
+  EXPECT_LOGGED(log, "[simple_ipc_server] Error: failed to finished request; request 'ghost.1-1' not found in list\n");
+  properties_free(response);
+  simple_ipc_server_free(server);
+}
+
+TEST(SimpleIpcResponse, CarriesItsStatusByName) {
+  properties* responses[] = {simple_ipc_server_create_ok_response(), simple_ipc_server_create_pending_response(),
+                             simple_ipc_server_create_response(SIMPLE_IPC_STATUS_TIMED_OUT),
+                             simple_ipc_server_create_response((simple_ipc_status)9),
+                             simple_ipc_server_create_err_response("disk busy")};
+  std::string texts;
+  for (properties* response : responses) texts += test::take_string(properties_save_to_buffer(response)) + ";";
+  for (properties* response : responses) properties_free(response);
+  EXPECT_EQ(
+      "status = ok\n;status = pending\n;status = timed_out\n;status = \n;status = pending\nerrdesc = disk busy\n;",
+      texts);
+}
+
+// One server process and many client processes, each keeping a few requests in flight.
+const int kClients = 20, kRequestsPerClient = 500, kInFlight = 12;
+const long long kGiveUpAfterUs = 120LL * 1000000;
+
+long long now_us() {
+  struct timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * 1000000LL + now.tv_nsec / 1000;
+}
+
+// Large enough that a file read before its last write would show; "end" is written last.
+std::string payload(int client, int n) { return std::string(2000 + n % 97, (char)('a' + (client + n) % 26)); }
+
+bool whole(const properties* p, int client, int n) {
+  return properties_get_int(p, "client", -1) == client && properties_get_int(p, "n", -1) == n &&
+         payload(client, n) == properties_get_str(p, "payload", "") && properties_get(p, "end") != nullptr;
+}
+
+// Answers every request once, echoing it with the order in which it was served. Exit status:
+// 0 all answered, 1 gave up, 2 a request seen twice, 3 a request read incomplete.
+int run_server(int total) {
+  simple_ipc_server* server = simple_ipc_server_create("load");
+  std::set<std::string> seen;
+  for (long long start = now_us(), served = 0; served < total; usleep(200)) {
+    if (now_us() - start > kGiveUpAfterUs) return 1;
+    for (simple_ipc_server_look_for_new_requests(server); simple_ipc_server_get_num_requests(server) > 0;) {
+      simple_ipc_request* request = simple_ipc_server_get_request(server, 0);
+      const properties* p = request->parameters;
+      if (!seen.insert(request->id).second) return 2;
+      if (!whole(p, properties_get_int(p, "client", -1), properties_get_int(p, "n", -1))) return 3;
+      properties* response = simple_ipc_server_create_ok_response();
+      properties_set_all(response, p);
+      properties_set_long_long(response, "served", ++served);
+      simple_ipc_server_finish_request(server, request, response);
+      properties_free(response);
+    }
+  }
+  simple_ipc_server_free(server);
+  return 0;
+}
+
+// Sends its requests and takes each answer in sending order. Exit status: 0 all answered
+// in order, 1 gave up, 4 a send failed, 5 an answer incomplete or not its own, 6 out of order.
+int run_client(int client) {
+  simple_ipc* ipc = simple_ipc_create_and_connect("load");
+  std::deque<std::pair<int, std::string>> in_flight;
+  long long last_served = 0;
+  for (long long start = now_us(), sent = 0; sent < kRequestsPerClient || !in_flight.empty();) {
+    if (now_us() - start > kGiveUpAfterUs) return 1;
+    if (sent < kRequestsPerClient && (int)in_flight.size() < kInFlight) {
+      properties* p = properties_create_empty();
+      properties_set_int(p, "client", client);
+      properties_set_int(p, "n", (int)sent);
+      properties_set(p, "payload", payload(client, (int)sent).c_str());
+      properties_set(p, "end", "yes");
+      char id[SIMPLE_IPC_MAX_ID_SIZE];
+      bool ok = simple_ipc_send_request(ipc, "load", p, id);
+      properties_free(p);
+      if (!ok) return 4;
+      in_flight.emplace_back((int)sent++, id);
+    } else if (properties* answer = simple_ipc_try_get_response(ipc, in_flight.front().second.c_str())) {
+      bool ok = whole(answer, client, in_flight.front().first);
+      long long served = properties_get_long_long(answer, "served", 0);
+      properties_free(answer);
+      if (!ok) return 5;
+      if (served <= last_served) return 6;
+      last_served = served;
+      in_flight.pop_front();
+    } else {
+      usleep(2000);
+    }
+  }
+  simple_ipc_disconnect_and_destroy(ipc);
+  return 0;
+}
+
+// Runs `body` in a child process with its output silenced and returns the child's id. The
+// child ends with the test process, should that be stopped first.
+template <class Body>
+pid_t spawn(Body body) {
+  pid_t pid = fork();
+  if (pid == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    int null = open("/dev/null", O_WRONLY);
+    dup2(null, 1);
+    dup2(null, 2);
+    _exit(body());
+  }
+  return pid;
+}
+
+int exit_status(pid_t pid) {
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+}
+
+TEST_F(SimpleIpcServer, LoadOfManyClientProcessesIsAnsweredOnceEachInOrder) {
+  // On the player "/tmp/run" is a memory file system; so is this root where there is one
+  // (a disk file system spends most of the time allocating the ever new files' inodes).
+  std::string root = "/dev/shm/vonautil-ipc-load-XXXXXX";
+  if (mkdtemp(&root[0]) == nullptr) root = sandbox.root();
+  std::unique_ptr<const char, int (*)(const char*)> remove_root(
+      root != sandbox.root() ? root.c_str() : nullptr, FS_remove_recursively_if_exists);
+  setenv("VONAUTIL_ROOT", root.c_str(), 1);
+  std::string load_dir = root + "/tmp/run/ipc__load";
+  test::make_dirs(root + "/tmp/run");
+  pid_t server = spawn([] { return run_server(kClients * kRequestsPerClient); });
+  for (int i = 0; i < 5000 && access(load_dir.c_str(), F_OK) != 0; ++i) usleep(1000);
+  std::vector<pid_t> clients;
+  for (int c = 0; c < kClients; ++c) clients.push_back(spawn([c] { return run_client(c); }));
+  for (int c = 0; c < kClients; ++c) EXPECT_EQ(0, exit_status(clients[c])) << "client " << c;
+  EXPECT_EQ(0, exit_status(server));
+  string_array* left = FS_scandir(load_dir.c_str());
+  ASSERT_NE(nullptr, left);
+  EXPECT_EQ(0, left->size) << (left->size ? left->items[0] : "");
+  string_array_free(left);
+}
+
+}  // namespace

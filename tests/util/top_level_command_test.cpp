@@ -1,0 +1,128 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+#include "test_support.hpp"
+#include "vonautil.h"
+
+namespace {
+
+#define EXPECT_LOGGED(log, part) EXPECT_NE(std::string::npos, (log).find(part)) << (log)
+
+class TopLevelCommand : public test::SandboxTest {
+ protected:
+  void SetUp() override { test::make_dirs(sandbox.path("/tmp/run")); }
+  std::string published() const { return test::read_file(path); }
+  bool pending() const { return access(path.c_str(), F_OK) == 0; }
+  std::string path = sandbox.path("/tmp/run/top_level_command.properties");
+};
+
+properties* command(const char* text) {
+  properties* p = properties_create_empty();
+  properties_build_from_buffer(p, text);
+  return p;
+}
+
+TEST_F(TopLevelCommand, PublishesThroughATemporaryFile) {
+  std::string set = test::captured_stderr([] { EXPECT_EQ(1, top_level_command_set(command("cmd = x\nurl = y\n"))); });
+  EXPECT_LOGGED(set, "] [top_level_command] SET command\n");
+  EXPECT_EQ("cmd = x\nurl = y\n", published());
+  EXPECT_NE(0, access((path + ".tmp").c_str(), F_OK));
+  EXPECT_TRUE(top_level_command_is_set());
+
+  // The vendor file of the factory data wins over the firmware's.
+  EXPECT_EQ(0, top_level_command_set_from_vendor_file());
+  test::make_dirs(sandbox.path("/firmware/config"));
+  test::write_file(sandbox.path("/firmware/config/vendor_top_level_command.properties"), "from = firmware\n");
+  EXPECT_EQ(1, top_level_command_set_from_vendor_file());
+  EXPECT_EQ("from = firmware\n", published());
+  test::make_dirs(sandbox.path("/fconfig"));
+  test::write_file(sandbox.path("/fconfig/vendor_top_level_command.properties"), "from = fconfig\n");
+  EXPECT_EQ(1, top_level_command_set_from_vendor_file());
+  EXPECT_EQ("from = fconfig\n", published());
+
+  // A directory in the file's place cannot be replaced; without /tmp/run nothing is written.
+  unlink(path.c_str());
+  test::make_dirs(path + "/busy");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, top_level_command_set(command("a = 1\n")));
+  EXPECT_FALSE(top_level_command_is_set());
+  FS_remove_recursively_if_exists(sandbox.path("/tmp/run").c_str());
+  EXPECT_EQ(0, top_level_command_set(command("a = 1\n")));
+  std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_LOGGED(log, "] [top_level_command] rename(" + path + ".tmp, " + path + ") failed: ");
+  EXPECT_LOGGED(log, "] [top_level_command] write(" + path + ".tmp) failed: No such file or directory\n");
+}
+
+TEST_F(TopLevelCommand, RemoteKeysPublishTheirCommands) {
+  EXPECT_EQ(1, top_level_command_set_for_rmkey(227));
+  EXPECT_EQ("cmd_name = launch_ktv\nmode = tv\n", published());
+  EXPECT_EQ(1, top_level_command_set_for_rmkey(225));
+  EXPECT_EQ("plugin_name = shell_ext\nplugin_ep_media_url = recent\nplugin_action_id = recent\n", published());
+  EXPECT_LOGGED(test::captured_stderr([] { EXPECT_EQ(0, top_level_command_cleanup()); }),
+                "] [top_level_command] CLEANUP command\n");
+  for (int key : {100, 209, 226}) EXPECT_EQ(0, top_level_command_set_for_rmkey(key)) << key;
+  EXPECT_FALSE(pending());
+  rflags_set_ktv_vod_enabled(1);
+  EXPECT_EQ(1, top_level_command_set_for_rmkey(209));
+  rflags_set_ktv_vod_enabled(0);
+  EXPECT_EQ("cmd_name = launch_ktv\nmode = vod\n", published());
+  unlink(path.c_str());
+  mkdir(path.c_str(), 0755);
+  EXPECT_FALSE(top_level_command_is_set());
+  EXPECT_EQ(0, top_level_command_cleanup());
+}
+
+// Handlers whose verdicts each case sets; calls records the order in which they were asked.
+int verdicts[3];
+std::string calls;
+template <int N>
+int handler(properties* command) {
+  calls += std::to_string(N) + properties_get_str(command, "cmd_name", "?");
+  return verdicts[N];
+}
+
+TEST_F(TopLevelCommand, HandlersTakeTheCommandWithTheirVerdict) {
+  EXPECT_EQ(0, top_level_command_do_handle());  // nothing pending
+  top_level_command_set(command("cmd_name = a\n"));
+  EXPECT_EQ(0, top_level_command_do_handle());  // no handler: discarded
+  EXPECT_FALSE(pending());
+  EXPECT_DEATH(top_level_command_register_handler(nullptr),
+               test::assertion_report("player/src/util/top_level_command", 0, "top_level_command_register_handler",
+                                      "handler"));
+  top_level_command_register_handler(handler<0>);
+  top_level_command_register_handler(handler<1>);
+  top_level_command_register_handler(handler<2>);
+  struct {
+    int verdicts[3];
+    int result;
+    const char* calls;
+    bool kept;
+  } cases[] = {{{0, 1, 1}, 1, "0a1a", false}, {{2, 1, 1}, 0, "0a", true},  {{0, 0, 7}, 0, "0a1a2a", false},
+               {{0, 0, 0}, 0, "0a1a2a", false}, {{-1, 0, 0}, 0, "0a", false}};
+  for (const auto& c : cases) {
+    std::copy(c.verdicts, c.verdicts + 3, verdicts);
+    calls.clear();
+    top_level_command_set(command("cmd_name = a\n"));
+    EXPECT_EQ(c.result, top_level_command_do_handle()) << c.calls;
+    EXPECT_EQ(c.calls, calls);
+    EXPECT_EQ(c.kept, pending()) << c.calls;
+  }
+  verdicts[0] = 2;  // a command kept is offered again
+  calls.clear();
+  top_level_command_set(command("cmd_name = b\n"));
+  EXPECT_EQ(0, top_level_command_do_handle());
+  EXPECT_EQ(0, top_level_command_do_handle());
+  EXPECT_EQ("0b0b", calls);
+  EXPECT_TRUE(pending());
+  EXPECT_DEATH(
+      {
+        for (int i = 3; i <= MAX_NUM_TOP_LEVEL_COMMAND_HANDLERS; ++i) top_level_command_register_handler(handler<0>);
+      },
+      test::assertion_report("player/src/util/top_level_command", 0, "top_level_command_register_handler",
+                             "num_top_level_command_handlers < MAX_NUM_TOP_LEVEL_COMMAND_HANDLERS"));
+}
+
+}  // namespace
