@@ -19,7 +19,8 @@ int visit(xmlp_context* context, xml_element* e, int level) {
     const char* name = xml_attribute_get_name(a);
     free(xmlp_get_str(context, e, name, "d"));
     free(xmlp_get_str_implied(context, e, name));
-    if (xmlp_get_enum(context, e, name, parse_word, 7) != 1 && xmlp_get_enum(context, e, name, parse_word, 7) != 7) abort();
+    int word = xmlp_get_enum(context, e, name, parse_word, 7);
+    if (word != 1 && word != 7) abort();
     if ((unsigned)xmlp_get_bool(context, e, name, 0) > 1) abort();
     if (xmlp_get_int(context, e, name, 3) < 3 || xmlp_get_int_implied(context, e, name, -5) < -5) abort();
     if ((unsigned)xmlp_get_hex_byte(context, e, name, 0) > 0xFF) abort();

@@ -1,10 +1,11 @@
+#include "player/src/util/mt/xml_parser.hpp"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
 
-#include "player/src/util/mt/xml_parser.hpp"
 #include "test_support.hpp"
 #include "vonautil.h"
 
@@ -21,19 +22,13 @@ struct Doc {
     int id = 0, row = 0, column = 0;
     char* description = strdup("previous");  // replaced and freed by the call
     xml_document_get_error_info(doc, &id, &description, &row, &column);
-    std::string text = std::to_string(id) + " " + std::to_string(row) + ":" + std::to_string(column) + " " + description;
+    std::string text =
+        std::to_string(id) + " " + std::to_string(row) + ":" + std::to_string(column) + " " + description;
     free(description);
     return text;
   }
   xml_document* doc;
 };
-
-template <typename F>
-std::string logged(F f) {
-  testing::internal::CaptureStderr();
-  f();
-  return testing::internal::GetCapturedStderr();
-}
 
 testing::AssertionResult Contains(const std::string& text, const std::string& part) {
   if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
@@ -76,9 +71,12 @@ TEST(XmlDocument, BuildsNavigatesAndReportsErrors) {
 
   std::string kinds;  // blanks and line breaks survive in text nodes
   for (xml_node* n = xml_element_first_child(r); n; n = xml_node_next_sibling(n)) {
-    if (xml_node_to_element(n)) kinds += "<" + str(xml_text_get_text(n)) + ">";
-    else if (xml_node_to_text(n)) kinds += "[" + str(xml_text_get_text(n)) + "]";
-    else kinds += "?";
+    if (xml_node_to_element(n))
+      kinds += "<" + str(xml_text_get_text(n)) + ">";
+    else if (xml_node_to_text(n))
+      kinds += "[" + str(xml_text_get_text(n)) + "]";
+    else
+      kinds += "?";
     EXPECT_FALSE(xml_node_to_element(n) && xml_node_to_text(n));
   }
   EXPECT_EQ("[\n  lead ]<e>?<f>[tail\n]", kinds);
@@ -93,16 +91,19 @@ TEST(XmlDocument, BuildsNavigatesAndReportsErrors) {
 }
 
 TEST(XmlUtils, ReadsRequiredAndOptionalChildren) {
-  Doc d("<r><s>text</s><empty/><n> 42x</n><big>9000000000</big><d>2.5</d><yes>yes</yes><maybe>Yes</maybe>"
-        "<t0>1225486800</t0><t1>1225486801</t1><mixed><!--c-->after<x/></mixed></r>");
+  Doc d(
+      "<r><s>text</s><empty/><n> 42x</n><big>9000000000</big><d>2.5</d><yes>yes</yes><maybe>Yes</maybe>"
+      "<t0>1225486800</t0><t1>1225486801</t1><mixed><!--c-->after<x/></mixed></r>");
   xml_element* r = d.root();
   EXPECT_EQ("text", str(xml_utils_get_child_element_text(r, "s", "ctx")));
   EXPECT_EQ("after", str(xml_utils_get_text_from_element(xml_element_first_child_element_with_name(r, "mixed"))));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(nullptr, xml_utils_get_child_element_text(r, "none", "ctx")); }),
-              "] ctx: the required child element 'none' of 'r' is missing\n"));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(nullptr, xml_utils_get_child_element_text(r, "empty", "ctx")); }),
-              "] ctx: invalid child element 'empty' of 'r'\n"));
-  EXPECT_EQ("", logged([&] {
+  EXPECT_TRUE(
+      Contains(test::captured_stderr([&] { EXPECT_EQ(nullptr, xml_utils_get_child_element_text(r, "none", "ctx")); }),
+               "] ctx: the required child element 'none' of 'r' is missing\n"));
+  EXPECT_TRUE(
+      Contains(test::captured_stderr([&] { EXPECT_EQ(nullptr, xml_utils_get_child_element_text(r, "empty", "ctx")); }),
+               "] ctx: invalid child element 'empty' of 'r'\n"));
+  EXPECT_EQ("", test::captured_stderr([&] {
               EXPECT_EQ(nullptr, xml_utils_get_optional_child_element_text(r, "none", "ctx"));
               EXPECT_EQ(nullptr, xml_utils_get_optional_child_element_text(r, "empty", "ctx"));
               EXPECT_EQ(7, xml_utils_get_optional_child_element_int(r, "none", 7, "ctx"));
@@ -115,7 +116,7 @@ TEST(XmlUtils, ReadsRequiredAndOptionalChildren) {
   EXPECT_EQ(9000000000LL, xml_utils_get_child_element_long_long(r, "big", "ctx"));
   EXPECT_EQ(9000000000LL, xml_utils_get_optional_child_element_long_long(r, "big", 1, "ctx"));
   EXPECT_EQ(2.5, xml_utils_get_optional_child_element_double(r, "d", 0, "ctx"));
-  logged([&] {
+  test::captured_stderr([&] {
     EXPECT_EQ(0, xml_utils_get_child_element_int(r, "none", "ctx"));
     EXPECT_EQ(0LL, xml_utils_get_child_element_long_long(r, "none", "ctx"));
     EXPECT_EQ(-1, xml_utils_get_child_element_bool(r, "none", "ctx"));
@@ -126,14 +127,17 @@ TEST(XmlUtils, ReadsRequiredAndOptionalChildren) {
   EXPECT_EQ(5, xml_utils_get_optional_child_element_bool(r, "maybe", 5, "ctx"));
   EXPECT_EQ(5, xml_utils_get_optional_child_element_bool(r, "none", 5, "ctx"));
 
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(-1, xml_utils_get_child_element_unixtime(r, "t0", "ctx")); }),
-              "] ctx: invalid 't0' element found: invalid unixtime 1225486800\n"));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(-1, xml_utils_get_optional_child_element_unixtime(r, "t0", "ctx")); }),
-              "invalid unixtime"));
+  EXPECT_TRUE(
+      Contains(test::captured_stderr([&] { EXPECT_EQ(-1, xml_utils_get_child_element_unixtime(r, "t0", "ctx")); }),
+               "] ctx: invalid 't0' element found: invalid unixtime 1225486800\n"));
+  EXPECT_TRUE(Contains(
+      test::captured_stderr([&] { EXPECT_EQ(-1, xml_utils_get_optional_child_element_unixtime(r, "t0", "ctx")); }),
+      "invalid unixtime"));
   EXPECT_EQ(1225486801, xml_utils_get_child_element_unixtime(r, "t1", "ctx"));
   EXPECT_EQ(1225486801, xml_utils_get_optional_child_element_unixtime(r, "t1", "ctx"));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(-1, xml_utils_get_child_element_unixtime(r, "none", "ctx")); }),
-              "required child element 'none'"));
+  EXPECT_TRUE(
+      Contains(test::captured_stderr([&] { EXPECT_EQ(-1, xml_utils_get_child_element_unixtime(r, "none", "ctx")); }),
+               "required child element 'none'"));
 }
 
 TEST(XmlUtils, ReadsParamsWithAndWithoutDuplicates) {
@@ -149,17 +153,20 @@ TEST(XmlUtils, ReadsParamsWithAndWithoutDuplicates) {
 }
 
 TEST(XmlUtils, ChoosesCaptionsByLanguage) {
-  Doc d("<r><c lang=\"en\">English</c><c>first</c><c lang=\"de\">Deutsch</c><c>Default</c>"
-        "<x lang=\"en\"><b class=\"a&lt;&quot;&amp;\">x &gt; y<!-- gone --><i/></b>t<u>2</u></x><x/>"
-        "<k t_key=\"key\">ignored</k><k lang=\"en\">no</k>"
-        "<s lang=\"en\">Hi</s><s lang=\"fr\"/><s>Hello</s><s>later</s><m lang=\"en\">only</m></r>");
+  Doc d(
+      "<r><c lang=\"en\">English</c><c>first</c><c lang=\"de\">Deutsch</c><c>Default</c>"
+      "<x lang=\"en\"><b class=\"a&lt;&quot;&amp;\">x &gt; y<!-- gone --><i/></b>t<u>2</u></x><x/>"
+      "<k t_key=\"key\">ignored</k><k lang=\"en\">no</k>"
+      "<s lang=\"en\">Hi</s><s lang=\"fr\"/><s>Hello</s><s>later</s><m lang=\"en\">only</m></r>");
   xml_element* r = d.root();
   EXPECT_EQ("English", str(xml_utils_get_optional_child_element_caption(r, "c", "en", "ctx")));
   EXPECT_EQ("Deutsch", str(xml_utils_get_optional_child_element_caption(r, "c", "de", "ctx")));
   EXPECT_EQ("Default", str(xml_utils_get_optional_child_element_caption(r, "c", "fr", "ctx")));
   EXPECT_EQ("(null)", str(xml_utils_get_optional_child_element_caption(r, "m", "fr", "ctx")));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(nullptr, xml_utils_get_optional_child_element_caption(r, "x", "de", "ctx")); }),
-              "] ctx: failed to get text from 'x' element\n"));
+  EXPECT_TRUE(Contains(test::captured_stderr([&] {
+                         EXPECT_EQ(nullptr, xml_utils_get_optional_child_element_caption(r, "x", "de", "ctx"));
+                       }),
+                       "] ctx: failed to get text from 'x' element\n"));
 
   EXPECT_EQ("<b class=\"a&lt;&quot;&amp;\">x &gt; y<i></i></b><u>2</u>",
             test::take_string(xml_utils_get_optional_child_element_inner_xml_caption(r, "x", "en")));
@@ -178,24 +185,30 @@ TEST(XmlUtils, ChoosesCaptionsByLanguage) {
                                      string_map_get(s->captions_by_language, "fr") + "|");
   EXPECT_EQ(2, string_map_size(s->captions_by_language));
   smart_caption_free(s);
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(nullptr, xml_utils_get_optional_child_element_smart_caption(r, "m", "ctx")); }),
-              "] ctx: invalid smart caption: default caption is missing\n"));
+  EXPECT_TRUE(Contains(test::captured_stderr([&] {
+                         EXPECT_EQ(nullptr, xml_utils_get_optional_child_element_smart_caption(r, "m", "ctx"));
+                       }),
+                       "] ctx: invalid smart caption: default caption is missing\n"));
   smart_caption_free(nullptr);
 }
 
 TEST(TinyxmlUtils, ReadTheFirstChildNodeOnly) {
-  Doc d("<r><s>text</s><late><!--c-->text</late><cdata><![CDATA[]]></cdata><n>12</n><t>1225486800</t>"
-        "<ok>1300000000</ok><big>9000000000</big></r>");
+  Doc d(
+      "<r><s>text</s><late><!--c-->text</late><cdata><![CDATA[]]></cdata><n>12</n><t>1225486800</t>"
+      "<ok>1300000000</ok><big>9000000000</big></r>");
   const void* r = d.root();
   EXPECT_EQ("text", str(tinyxml_utils_get_child_element_text(r, "s", "ctx")));
   EXPECT_EQ("text", str(tinyxml_utils_get_optional_child_element_text(r, "s")));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(nullptr, tinyxml_utils_get_child_element_text(r, "late", "ctx")); }),
-              "] ctx: invalid 'late' element found\n"));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(nullptr, tinyxml_utils_get_child_element_text(r, "cdata", "ctx")); }),
-              "] ctx: invalid 'cdata' element found\n"));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(0, tinyxml_utils_get_child_element_int(r, "none", "ctx")); }),
-              "] ctx: the required 'none' element is missing\n"));
-  EXPECT_EQ("", logged([&] {
+  EXPECT_TRUE(Contains(
+      test::captured_stderr([&] { EXPECT_EQ(nullptr, tinyxml_utils_get_child_element_text(r, "late", "ctx")); }),
+      "] ctx: invalid 'late' element found\n"));
+  EXPECT_TRUE(Contains(
+      test::captured_stderr([&] { EXPECT_EQ(nullptr, tinyxml_utils_get_child_element_text(r, "cdata", "ctx")); }),
+      "] ctx: invalid 'cdata' element found\n"));
+  EXPECT_TRUE(
+      Contains(test::captured_stderr([&] { EXPECT_EQ(0, tinyxml_utils_get_child_element_int(r, "none", "ctx")); }),
+               "] ctx: the required 'none' element is missing\n"));
+  EXPECT_EQ("", test::captured_stderr([&] {
               EXPECT_EQ(nullptr, tinyxml_utils_get_optional_child_element_text(r, "late"));
               EXPECT_EQ(3, tinyxml_utils_get_optional_child_element_int(r, "none", 3));
               EXPECT_EQ(-1, tinyxml_utils_get_optional_child_element_unixtime(r, "none", "ctx"));
@@ -203,13 +216,15 @@ TEST(TinyxmlUtils, ReadTheFirstChildNodeOnly) {
   EXPECT_EQ(12, tinyxml_utils_get_child_element_int(r, "n", "ctx"));
   EXPECT_EQ(12, tinyxml_utils_get_optional_child_element_int(r, "n", 3));
   EXPECT_EQ(9000000000LL, tinyxml_utils_get_child_element_long_long(r, "big", "ctx"));
-  logged([&] { EXPECT_EQ(0LL, tinyxml_utils_get_child_element_long_long(r, "none", "ctx")); });
+  test::captured_stderr([&] { EXPECT_EQ(0LL, tinyxml_utils_get_child_element_long_long(r, "none", "ctx")); });
   EXPECT_EQ(1300000000, tinyxml_utils_get_child_element_unixtime(r, "ok", "ctx"));
   EXPECT_EQ(1300000000, tinyxml_utils_get_optional_child_element_unixtime(r, "ok", "ctx"));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(-1, tinyxml_utils_get_child_element_unixtime(r, "t", "ctx")); }),
-              "] ctx: invalid 't' element found: invalid unixtime 1225486800\n"));
-  EXPECT_TRUE(Contains(logged([&] { EXPECT_EQ(-1, tinyxml_utils_get_optional_child_element_unixtime(r, "t", "ctx")); }),
-              "invalid unixtime 1225486800"));
+  EXPECT_TRUE(
+      Contains(test::captured_stderr([&] { EXPECT_EQ(-1, tinyxml_utils_get_child_element_unixtime(r, "t", "ctx")); }),
+               "] ctx: invalid 't' element found: invalid unixtime 1225486800\n"));
+  EXPECT_TRUE(Contains(
+      test::captured_stderr([&] { EXPECT_EQ(-1, tinyxml_utils_get_optional_child_element_unixtime(r, "t", "ctx")); }),
+      "invalid unixtime 1225486800"));
 }
 
 TEST(Xmlp, ReportsLoadFailuresAtLevelOne) {
@@ -238,19 +253,23 @@ TEST(Xmlp, ReportsLoadFailuresAtLevelOne) {
 
   EXPECT_DEATH(xmlp_start(nullptr, nullptr),
                test::assertion_report("player/src/util/mt/xml_parser", 0, "xmlp_start", "filename != NULL"));
-  EXPECT_DEATH(xmlp_start_parse_string(nullptr, nullptr),
-               test::assertion_report("player/src/util/mt/xml_parser", 0, "xmlp_start_parse_string",
-                                      "xml_string != NULL"));
+  EXPECT_DEATH(
+      xmlp_start_parse_string(nullptr, nullptr),
+      test::assertion_report("player/src/util/mt/xml_parser", 0, "xmlp_start_parse_string", "xml_string != NULL"));
 }
 
 TEST(Xmlp, AttributeReadersFollowTheirTable) {
-  const char* doc = "<r>\n<e s=\"v\" empty=\"\" n=\"7\" low=\"3\" five=\"5\" bad=\"7x\" huge=\"99999999999\" one=\"1\""
-                    " neg=\"-1\" two=\"2\" ff=\"ff\" big=\"1FF\" hneg=\"-1\" hbad=\"g\"/></r>";
+  const char* doc =
+      "<r>\n<e s=\"v\" empty=\"\" n=\"7\" low=\"3\" five=\"5\" bad=\"7x\" huge=\"99999999999\" one=\"1\""
+      " neg=\"-1\" two=\"2\" ff=\"ff\" big=\"1FF\" hneg=\"-1\" hbad=\"g\"/></r>";
   auto e = [](xmlp_context* c) { return xml_element_first_child_element(c->root); };
   using Reader = int (*)(xmlp_context*, const xml_element*, const char*, int);
   const Reader i = xmlp_get_int, implied = xmlp_get_int_implied, b = xmlp_get_bool, h = xmlp_get_hex_byte;
   const Reader word = [](xmlp_context* c, const xml_element* el, const char* name, int d) {
-    return xmlp_get_enum(c, el, name, [](const char* v) { return strcmp(v, "v") == 0 ? 3 : v[0] ? -1 : 4; }, d);
+    return xmlp_get_enum(
+        c, el, name, [](const char* v) { return strcmp(v, "v") == 0 ? 3
+                                                : v[0]              ? -1
+                                                                    : 4; }, d);
   };
   const struct {
     Reader read;
@@ -258,24 +277,32 @@ TEST(Xmlp, AttributeReadersFollowTheirTable) {
     int default_value, result;
     const char* message;
   } cases[] = {
-      {i, "n", 5, 7, ""}, {i, "five", 5, 5, ""}, {implied, "x", 5, 5, ""}, {implied, "n", 5, 7, ""},
+      {i, "n", 5, 7, ""},
+      {i, "five", 5, 5, ""},
+      {implied, "x", 5, 5, ""},
+      {implied, "n", 5, 7, ""},
       {i, "low", 5, 5, "Attribute value low=\"3\" is too small; default value 5 used."},
       {i, "bad", 5, 5, "Invalid attribute value bad=\"7x\"; default value 5 used."},
       {i, "huge", 5, 5, "Invalid attribute value huge=\"99999999999\"; default value 5 used."},
       {i, "x", 5, 5, "Missing attribute x; default value 5 used."},
       {i, "empty", 5, 5, "Empty attribute empty; default value 5 used."},
-      {implied, "low", 5, 5, "is too small"}, {implied, "empty", 5, 5, "Empty attribute"},
-      {implied, "bad", 5, 5, "Invalid attribute value"}, {b, "one", 0, 1, ""},
+      {implied, "low", 5, 5, "is too small"},
+      {implied, "empty", 5, 5, "Empty attribute"},
+      {implied, "bad", 5, 5, "Invalid attribute value"},
+      {b, "one", 0, 1, ""},
       {b, "neg", 0, 0, "Attribute value neg=\"-1\" should be 0 or 1; default value 0 used."},
       {b, "two", 1, 1, "should be 0 or 1; default value 1"},
       {b, "bad", 1, 1, "Invalid attribute value bad=\"7x\"; default value 1 used."},
       {b, "x", 1, 1, "Missing attribute x; default value 1 used."},
-      {b, "empty", 1, 1, "Empty attribute empty; default value 1 used."}, {h, "ff", 0, 255, ""},
+      {b, "empty", 1, 1, "Empty attribute empty; default value 1 used."},
+      {h, "ff", 0, 255, ""},
       {h, "big", 10, 10, "Attribute value big=\"1FF\" is not in range 00..FF; default value 0A used."},
       {h, "hneg", 10, 10, "is not in range 00..FF"},
       {h, "hbad", 10, 10, "Invalid attribute value hbad=\"g\"; default value 0A used."},
-      {h, "x", 10, 10, "Missing attribute x; default value 0A"}, {h, "empty", 10, 10, "Empty attribute empty; default"},
-      {word, "s", 1, 3, ""}, {word, "empty", 1, 4, ""},
+      {h, "x", 10, 10, "Missing attribute x; default value 0A"},
+      {h, "empty", 10, 10, "Empty attribute empty; default"},
+      {word, "s", 1, 3, ""},
+      {word, "empty", 1, 4, ""},
       {word, "n", 1, 1, "Invalid attribute value n=\"7\"; default value used."},
       {word, "x", 1, 1, "Missing attribute x; default value used."},
   };
@@ -283,8 +310,10 @@ TEST(Xmlp, AttributeReadersFollowTheirTable) {
     std::string messages = xmlp_messages(doc, "r", [&](xmlp_context* context) {
       EXPECT_EQ(c.result, c.read(context, e(context), c.name, c.default_value)) << c.name;
     });
-    if (*c.message) EXPECT_TRUE(Contains(messages, "0:Line 2: ") && Contains(messages, c.message));
-    else EXPECT_EQ("", messages);
+    if (*c.message)
+      EXPECT_TRUE(Contains(messages, "0:Line 2: ") && Contains(messages, c.message));
+    else
+      EXPECT_EQ("", messages);
   }
 
   std::string strings = xmlp_messages(doc, "r", [&](xmlp_context* c) {
@@ -301,11 +330,12 @@ TEST(Xmlp, AttributeReadersFollowTheirTable) {
     xmlp_error(c, nullptr, "plain %d", 1);
     xmlp_error(c, e(c), "%s", "%d");
   });
-  EXPECT_EQ("0:Line 2: Missing attribute x; default value NULL used.|"
-            "0:Line 2: Missing attribute x; default value \"d\" used.|"
-            "0:Line 2: Empty attribute empty; default value \"d\" used.|"
-            "0:Line 2: <f> element expected; <e> found instead.|0:plain 1|0:Line 2: %d|",
-            strings);
+  EXPECT_EQ(
+      "0:Line 2: Missing attribute x; default value NULL used.|"
+      "0:Line 2: Missing attribute x; default value \"d\" used.|"
+      "0:Line 2: Empty attribute empty; default value \"d\" used.|"
+      "0:Line 2: <f> element expected; <e> found instead.|0:plain 1|0:Line 2: %d|",
+      strings);
 }
 
 TEST(XmlOutput, EscapesAttributeValuesAndBooleans) {
@@ -344,7 +374,8 @@ TEST(XmlHostile, RefusesOrFailsWithoutCrashing) {
   for (const char* declaration : {"<?xml version=\"></a></a>\"?><r>", "<?xml version=1.0><r>", "<r><?xml x='>'"}) {
     EXPECT_EQ(100, atoi(Doc(declaration + nested(XML_MAX_DEPTH, "<a>", "")).error().c_str())) << declaration;
   }
-  EXPECT_EQ(100, atoi(Doc("<?xml version='1.0'?><r x=\xEF\xBB\xBF'/>'>" + nested(XML_MAX_DEPTH, "<a>", "")).error().c_str()));
+  EXPECT_EQ(
+      100, atoi(Doc("<?xml version='1.0'?><r x=\xEF\xBB\xBF'/>'>" + nested(XML_MAX_DEPTH, "<a>", "")).error().c_str()));
 
   std::string ten_mb(10 << 20, 'v');
   Doc long_value("<a v=\"" + ten_mb + "\"/>");
@@ -362,8 +393,21 @@ TEST(XmlHostile, RefusesOrFailsWithoutCrashing) {
 
 // The scan never sees less depth than the parser builds, on documents of every construct.
 TEST(XmlHostile, ScanDepthBoundsTheParsedDepth) {
-  const char* pieces[] = {"<a>", "</a>", "<b x='</b>'>", "<!--</a>-->", "<![CDATA[</a>]]>", "<?xml v='>'?>", "<c/>",
-                          "\xC3", "\xE0", "t", "<!x>", "</b>", "<?xml version='>'?>", "<d y=\"'\" z=a>", "<e f=\xEF\xBB\xBF'>'>"};
+  const char* pieces[] = {"<a>",
+                          "</a>",
+                          "<b x='</b>'>",
+                          "<!--</a>-->",
+                          "<![CDATA[</a>]]>",
+                          "<?xml v='>'?>",
+                          "<c/>",
+                          "\xC3",
+                          "\xE0",
+                          "t",
+                          "<!x>",
+                          "</b>",
+                          "<?xml version='>'?>",
+                          "<d y=\"'\" z=a>",
+                          "<e f=\xEF\xBB\xBF'>'>"};
   unsigned seed = 1;
   for (int round = 0; round < 3000; ++round) {
     std::string text = round % 2 ? "<?xml version='1.0'?>" : "";

@@ -710,9 +710,9 @@ char* xmlp_get_str(xmlp_context* context, const xml_element* element, const char
     if (value == nullptr) xmlp_error(context, element, "Missing attribute %s; default value NULL used.", name);
     return nullptr;
   }
-  xmlp_error(context, element,
-             value ? "Empty attribute %s; default value \"%s\" used." : "Missing attribute %s; default value \"%s\" used.",
-             name, default_value);
+  const char* format = value ? "Empty attribute %s; default value \"%s\" used."
+                             : "Missing attribute %s; default value \"%s\" used.";
+  xmlp_error(context, element, format, name, default_value);
   return strdup(default_value);
 }
 
