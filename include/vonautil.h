@@ -72,6 +72,10 @@
 #include "player/src/util/top_level_command.h"
 #include "player/src/util/app_switcher.h"
 
+/* XML documents and GUI skin configuration */
+#include "player/src/util/mt/xml_parser.h"
+#include "player/src/util/mt/gui_skin_config.h"
+
 /* Firmware files and MPEG sections */
 #include "player/src/util/firmware_file.h"
 #include "player/src/util/mpeg_utils.h"
