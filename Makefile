@@ -78,7 +78,7 @@ fuzz: deps clang-deps
 	  -DVONAUTIL_BUILD_TESTS=OFF -DVONAUTIL_BUILD_BENCH=OFF -DVONAUTIL_BUILD_FUZZ=ON
 	cmake --build build-fuzz -j $(JOBS)
 	@set -e; for t in build-fuzz/fuzz/*_fuzz; do \
-	  name=$$(basename $$t); mkdir -p build-fuzz/corpus/$$name; \
+	  name=$$(basename $$t); mkdir -p build-fuzz/corpus/$$name fuzz/corpus/$$name; \
 	  echo "== $$name ($(FUZZ_SECONDS) s)"; \
 	  if ! ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	      $$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=build-fuzz/$$name- \
