@@ -16,7 +16,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "quiet_stderr.hpp"
+#include "quiet.hpp"
 #include "vonautil.h"
 
 extern char** environ;
@@ -109,7 +109,7 @@ void measure_removal(benchmark::State& state, Remove remove) {
 
 void BM_Copy_Library(benchmark::State& state) {
   measure_copy(state, [](const Tree& t) {
-    QuietStderr quiet;
+    Quiet quiet(stderr);
     return FS_copy_recursively(t.source.c_str(), t.copy().c_str(), 0, 0) == 1;
   });
 }

@@ -13,6 +13,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "quiet.hpp"
+
 #include "vonautil.h"
 
 extern char** environ;
@@ -45,25 +47,6 @@ const OutputFile& output_file() {
   return instance;
 }
 
-// Standard output goes to /dev/null while it lives (a capture echoes what it collects).
-class QuietStdout {
- public:
-  QuietStdout() : saved_(dup(1)) {
-    fflush(stdout);
-    int null = open("/dev/null", O_WRONLY);
-    dup2(null, 1);
-    close(null);
-  }
-  ~QuietStdout() {
-    fflush(stdout);
-    dup2(saved_, 1);
-    close(saved_);
-  }
-
- private:
-  int saved_;
-};
-
 int ignore_output(void*, const char*, int) { return 0; }
 
 void BM_ExitAtOnce_RunCmd(benchmark::State& state) {
@@ -91,7 +74,7 @@ void BM_Capture10MB_RunCmdAndCaptureOutput(benchmark::State& state) {
   string_array* args = string_array_create_single("/bin/cat");
   string_array_add(args, output_file().path.c_str());
   for (auto _ : state) {
-    QuietStdout quiet;
+    Quiet quiet(stdout);  // a capture echoes what it collects
     char* text = run_cmd_and_capture_output(args);
     if (strlen(text) != kOutputSize) state.SkipWithError("short capture");
     free(text);

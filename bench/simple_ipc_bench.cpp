@@ -18,7 +18,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "quiet_stderr.hpp"
+#include "quiet.hpp"
 #include "vonautil.h"
 
 namespace {
@@ -55,7 +55,7 @@ properties* request_parameters() {
 }
 
 void BM_RoundTrip_Library(benchmark::State& state) {
-  QuietStderr quiet;
+  Quiet quiet(stderr);
   simple_ipc_server* server = simple_ipc_server_create("bench");
   simple_ipc* client = simple_ipc_create_and_connect("bench");
   properties* parameters = request_parameters();
@@ -135,7 +135,7 @@ void drop_requests(int count, int clients) {
 }
 
 void BM_Scan_Library(benchmark::State& state) {
-  QuietStderr quiet;
+  Quiet quiet(stderr);
   simple_ipc_server* server = simple_ipc_server_create("bench");
   for (auto _ : state) {
     state.PauseTiming();
