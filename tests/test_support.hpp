@@ -4,6 +4,7 @@
 #define VONAUTIL_TEST_SUPPORT_HPP
 
 #include <ftw.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -140,6 +141,24 @@ inline int run_tool(const std::string& arguments, std::string* output = nullptr,
   if (output) *output = text;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
+
+// The log is shared by every thread only once its caller installs lock callbacks: tests that
+// log from several threads hold one of these while they run.
+class LogLock {
+ public:
+  LogLock() { log_set_lock_functions(lock, unlock); }
+  ~LogLock() { log_set_lock_functions(nullptr, nullptr); }
+  LogLock(const LogLock&) = delete;
+  LogLock& operator=(const LogLock&) = delete;
+
+ private:
+  static pthread_mutex_t& mutex() {
+    static pthread_mutex_t instance = PTHREAD_MUTEX_INITIALIZER;
+    return instance;
+  }
+  static void lock() { pthread_mutex_lock(&mutex()); }
+  static void unlock() { pthread_mutex_unlock(&mutex()); }
+};
 
 }  // namespace test
 

@@ -290,6 +290,7 @@ TEST_F(CmdUtils, WritingGivesUpOnAStuckChildAfterFiftyPolls) {
   // Two runs at once, about ten seconds each: one cancelled with a child that ignores SIGTERM,
   // one whose child does not end after its input. Beside them, a reading run waits for its own
   // child that ignores SIGTERM as long as it takes (here until its sleep of 5 s is over).
+  test::LogLock log_lock;
   Output reading;
   reading.cancel_at_bytes = 6;
   std::string read_result;

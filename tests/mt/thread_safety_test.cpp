@@ -91,15 +91,9 @@ TEST(ThreadSafety, SettingsAreSharedByAllThreads) {
   settings_provider_reset();
 }
 
-// The log is process-wide and unlocked; a program that logs from several threads installs
-// lock functions, as the firmware does.
-pthread_mutex_t log_mutex = PTHREAD_MUTEX_INITIALIZER;
-void lock_log() { pthread_mutex_lock(&log_mutex); }
-void unlock_log() { pthread_mutex_unlock(&log_mutex); }
-
 TEST(ThreadSafety, FilesDirectoriesAndSavesFromManyThreads) {
   test::Sandbox sandbox;
-  log_set_lock_functions(lock_log, unlock_log);
+  test::LogLock log_lock;
   std::string shared = sandbox.path("/shared");
   test::make_dirs(shared);
   for (int i = 0; i < 20; ++i) test::write_file(shared + "/f" + std::to_string(i), "x");
@@ -133,5 +127,4 @@ TEST(ThreadSafety, FilesDirectoriesAndSavesFromManyThreads) {
     }
     return ok;
   }));
-  log_set_lock_functions(nullptr, nullptr);
 }
