@@ -170,7 +170,8 @@ TEST_F(SimpleIpcClient, ToolServesAndSendsWithTheStatusAsExitStatus) {
     pid_t server = fork();
     if (server == 0) {
       freopen("/dev/null", "w", stderr);
-      execl(VONAUTIL_TOOL, "vonautil", "ipc", "serve", "player", "--status", status, (char*)nullptr);
+      // Through the shell, as run_tool does: a cross-built tool starts under its emulator.
+      execl("/bin/sh", "sh", "-c", "exec " VONAUTIL_TOOL " ipc serve player --status \"$0\"", status, (char*)nullptr);
       _exit(127);
     }
     std::string out;
