@@ -3,6 +3,7 @@
 #ifndef VONAUTIL_TOOL_COMMAND_HPP
 #define VONAUTIL_TOOL_COMMAND_HPP
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,15 @@ struct DemoRegistrar {
 int usage_error(const char* command, const std::string& message);
 // Prints "vonautil COMMAND: MESSAGE" on standard error; returns kFailed.
 int failure(const char* command, const std::string& message);
+
+// Runs the sub-command named by args[0] (each runner gets the whole argument list), or reports
+// a missing or unknown one as bad usage, naming the sub-commands there are.
+struct SubCommand {
+  const char* name;
+  int (*run)(const std::vector<std::string>& args);
+};
+int run_sub_command(const char* command, const std::vector<std::string>& args,
+                    std::initializer_list<SubCommand> sub_commands);
 
 }  // namespace tool
 

@@ -127,10 +127,7 @@ int run_send(const std::vector<std::string>& args) {
 }
 
 int run_ipc(const std::vector<std::string>& args) {
-  if (args.empty()) return usage_error(kName, "missing sub-command (serve, send)");
-  if (args[0] == "serve") return run_serve(args);
-  if (args[0] == "send") return run_send(args);
-  return usage_error(kName, "unknown sub-command '" + args[0] + "'");
+  return run_sub_command(kName, args, {{"serve", run_serve}, {"send", run_send}});
 }
 
 TOOL_COMMAND(kName, "serve or send requests over the file-based IPC",

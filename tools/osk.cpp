@@ -253,11 +253,7 @@ int run_render(const std::vector<std::string>& args) {
 }
 
 int run_osk(const std::vector<std::string>& args) {
-  if (args.empty()) return usage_error(kName, "missing sub-command (check, dump, render)");
-  if (args[0] == "check") return run_check(args);
-  if (args[0] == "dump") return run_dump(args);
-  if (args[0] == "render") return run_render(args);
-  return usage_error(kName, "unknown sub-command '" + args[0] + "'");
+  return run_sub_command(kName, args, {{"check", run_check}, {"dump", run_dump}, {"render", run_render}});
 }
 
 TOOL_COMMAND("osk", "check, dump and draw on-screen keyboard layouts",

@@ -92,11 +92,7 @@ int run_stats(const std::vector<std::string>& args) {
 }
 
 int run_translation(const std::vector<std::string>& args) {
-  if (args.empty()) return usage_error(kName, "missing action (check, get or stats)");
-  if (args[0] == "check") return run_check(args);
-  if (args[0] == "get") return run_get(args);
-  if (args[0] == "stats") return run_stats(args);
-  return usage_error(kName, "unknown action '" + args[0] + "'");
+  return run_sub_command(kName, args, {{"check", run_check}, {"get", run_get}, {"stats", run_stats}});
 }
 
 TOOL_COMMAND("translation", "check translation files, look texts up, show table statistics",

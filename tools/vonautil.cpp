@@ -47,6 +47,17 @@ int failure(const char* command, const std::string& message) {
   return kFailed;
 }
 
+int run_sub_command(const char* command, const std::vector<std::string>& args,
+                    std::initializer_list<SubCommand> sub_commands) {
+  std::string names;
+  for (const SubCommand& sub : sub_commands) {
+    if (!args.empty() && args[0] == sub.name) return sub.run(args);
+    names += (names.empty() ? "" : ", ") + std::string(sub.name);
+  }
+  if (args.empty()) return usage_error(command, "missing sub-command (" + names + ")");
+  return usage_error(command, "unknown sub-command '" + args[0] + "'");
+}
+
 static void print_overview(FILE* out) {
   fprintf(out,
           "Usage: vonautil COMMAND [ARGS...]\n"
