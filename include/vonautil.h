@@ -72,6 +72,9 @@
 #include "player/src/util/top_level_command.h"
 #include "player/src/util/app_switcher.h"
 
+/* Network folders and network mounts */
+#include "player/src/util/mt/network_folder.h"
+
 /* XML documents and GUI skin configuration */
 #include "player/src/util/mt/xml_parser.h"
 #include "player/src/util/mt/gui_skin_config.h"
