@@ -1,11 +1,7 @@
 // vonautil ipc: a request server and client over the player's file-based IPC, for testing
 // a daemon or a client by hand.
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -13,6 +9,7 @@
 
 #include "assignments.hpp"
 #include "command.hpp"
+#include "daemon.hpp"
 #include "player/src/util/mt/fixed_path.hpp"
 #include "player/src/util/mt/simple_ipc_client.hpp"
 #include "vonautil.h"
@@ -43,19 +40,6 @@ namespace {
 
 const char kName[] = "ipc";
 
-volatile sig_atomic_t stop_requested = 0;
-
-void request_stop(int) { stop_requested = 1; }
-
-// "play (process 123, request 4) url=x start=0"
-void print_request(const simple_ipc_request* request) {
-  printf("%s (process %d, request %lld)", request->name, request->client_process_id, request->counter);
-  const properties* p = request->parameters;
-  for (int i = 0; i < p->count; ++i) printf(" %s=%s", p->keys[i], p->values[i]);
-  printf("\n");
-  fflush(stdout);
-}
-
 int run_serve(const std::vector<std::string>& args) {
   std::string server_id;
   simple_ipc_status status = SIMPLE_IPC_STATUS_OK;
@@ -75,34 +59,14 @@ int run_serve(const std::vector<std::string>& args) {
     }
   }
   if (server_id.empty()) return usage_error(kName, "serve takes SERVER");
-  ensure_run_dir();
-  struct sigaction action {};
-  action.sa_handler = request_stop;
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-  simple_ipc_server* server = simple_ipc_server_create(server_id.c_str());
-  printf("serving %s in %s; answering '%s'\n", server_id.c_str(), server->dir_path,
-         vona::simple_ipc_status_name(status));
-  fflush(stdout);
-  long long answered = 0;
-  while (!stop_requested) {
-    simple_ipc_server_look_for_new_requests(server);
-    if (simple_ipc_server_get_num_requests(server) == 0) {
-      usleep(10000);
-      continue;
-    }
-    simple_ipc_request* request = simple_ipc_server_get_request(server, 0);
-    print_request(request);
+  std::string banner = "serving " + server_id + " in " + vona::simple_ipc_dir_path(server_id.c_str()) +
+                       "; answering '" + vona::simple_ipc_status_name(status) + "'";
+  return serve_requests(server_id.c_str(), banner, [&](const simple_ipc_request&) {
     if (delay_ms > 0) usleep((useconds_t)(delay_ms * 1000));
     properties* response = simple_ipc_server_create_response(status);
     if (status != SIMPLE_IPC_STATUS_OK) properties_set(response, "errdesc", "answered by vonautil ipc serve");
-    simple_ipc_server_finish_request(server, request, response);
-    properties_free(response);
-    ++answered;
-  }
-  printf("stopped after %lld requests\n", answered);
-  simple_ipc_server_free(server);
-  return kOk;
+    return response;
+  });
 }
 
 int run_send(const std::vector<std::string>& args) {
@@ -148,14 +112,6 @@ TOOL_COMMAND(kName, "serve or send requests over the file-based IPC",
              run_ipc);
 
 // The demo: a server process started from this program, a client here.
-std::string read_all(int fd) {
-  std::string text;
-  char buffer[4096];
-  ssize_t n;
-  while ((n = read(fd, buffer, sizeof buffer)) > 0) text.append(buffer, (size_t)n);
-  return text;
-}
-
 properties* demo_parameters(std::initializer_list<const char*> entries) {
   properties* p = properties_create_empty();
   for (auto entry = entries.begin(); entry != entries.end(); entry += 2) properties_set(p, entry[0], entry[1]);
@@ -163,23 +119,9 @@ properties* demo_parameters(std::initializer_list<const char*> entries) {
 }
 
 void demo_ipc() {
-  ensure_run_dir();
-  int out[2];
-  if (pipe(out) != 0) return;
-  pid_t server = fork();
-  if (server == 0) {
-    dup2(out[1], 1);
-    int null = open("/dev/null", O_WRONLY);
-    dup2(null, 2);
-    close(out[0]);
-    close(out[1]);
-    execl("/proc/self/exe", "vonautil", "ipc", "serve", "demo_player", "--delay", "20", (char*)nullptr);
-    _exit(127);
-  }
-  close(out[1]);
-  printf("Started 'vonautil ipc serve demo_player' as process %d.\n", (int)server);
-  std::string dir = vona::simple_ipc_dir_path("demo_player");
-  for (int i = 0; i < 500 && !FS_is_dir(dir.c_str()); ++i) usleep(10000);
+  ChildServer server = start_child_server({"ipc", "serve", "demo_player", "--delay", "20"}, "demo_player");
+  if (server.pid < 0) return;
+  printf("Started 'vonautil ipc serve demo_player' as process %d.\n", (int)server.pid);
   simple_ipc* client = simple_ipc_create_and_connect("demo_player");
   if (client != nullptr) {
     printf("Three requests sent at once, answered in sending order:\n");
@@ -208,17 +150,9 @@ void demo_ipc() {
     printf("  volume level=12: %s\n", vona::simple_ipc_status_name(status));
     simple_ipc_disconnect_and_destroy(client);
   }
-  kill(server, SIGTERM);
-  waitpid(server, nullptr, 0);
-  std::string served = read_all(out[0]);
-  close(out[0]);
+  std::string served = stop_child_server(server);
   printf("What the server printed:\n");
-  for (size_t start = 0; start < served.size();) {
-    size_t end = served.find('\n', start);
-    if (end == std::string::npos) end = served.size();
-    printf("  | %s\n", served.substr(start, end - start).c_str());
-    start = end + 1;
-  }
+  print_quoted(served);
 }
 
 }  // namespace
