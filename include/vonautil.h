@@ -74,6 +74,8 @@
 
 /* Network folders and network mounts */
 #include "player/src/util/mt/network_folder.h"
+#include "player/src/util/mt/network_mount.h"
+#include "player/src/util/mt/network_ipc.h"
 
 /* XML documents and GUI skin configuration */
 #include "player/src/util/mt/xml_parser.h"

@@ -34,16 +34,6 @@ std::string file_path(const simple_ipc* client, const char* name, const char* ex
   return std::string(client->dir_path) + "/" + name + extension;
 }
 
-// Microseconds of the monotonic clock; 0 when it cannot be read.
-long long monotonic_us() {
-  struct timespec now;
-  if (clock_gettime(CLOCK_MONOTONIC, &now) != 0) {
-    perror("clock_gettime");
-    return 0;
-  }
-  return (long long)now.tv_sec * 1000000 + now.tv_nsec / 1000;
-}
-
 // The client record; the assertion of a missing id is reported from here.
 simple_ipc* simple_ipc_create(const char* server_id) {
   MY_ASSERT(server_id);
@@ -60,6 +50,15 @@ void simple_ipc_free(simple_ipc* client) {
 }
 
 }  // namespace
+
+long long vona::monotonic_us() {
+  struct timespec now;
+  if (clock_gettime(CLOCK_MONOTONIC, &now) != 0) {
+    perror("clock_gettime");
+    return 0;
+  }
+  return (long long)now.tv_sec * 1000000 + now.tv_nsec / 1000;
+}
 
 std::string vona::simple_ipc_dir_path(const char* server_id) {
   return fixed_path(std::string("/tmp/run/ipc__") + server_id);
@@ -162,10 +161,10 @@ simple_ipc_status vona::simple_ipc_exchange(simple_ipc* client, const char* log_
   char id[SIMPLE_IPC_MAX_ID_SIZE];
   if (!simple_ipc_send_fresh_request(client, log_prefix, name, parameters, id)) return SIMPLE_IPC_STATUS_ERROR;
   log_print("%s request '%s' is sent; waiting response", log_prefix, id);
-  long long deadline = monotonic_us() + wait.timeout_us;
+  long long deadline = vona::monotonic_us() + wait.timeout_us;
   properties* answer = nullptr;
   while (answer == nullptr) {
-    if (monotonic_us() > deadline) {
+    if (vona::monotonic_us() > deadline) {
       log_print("%s request '%s' timed out", log_prefix, id);
       return SIMPLE_IPC_STATUS_TIMED_OUT;
     }

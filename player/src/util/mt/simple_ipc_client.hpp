@@ -19,6 +19,10 @@ const char* simple_ipc_status_name(int status);
 // (".cmd", ".res").
 bool simple_ipc_has_extension(const char* name, const char* extension);
 
+// Microseconds of the monotonic clock, which every wait of the daemon clients measures
+// against; 0 after perror("clock_gettime") when it cannot be read.
+long long monotonic_us();
+
 // How long an exchange waits for its answer, in microseconds of the monotonic clock.
 struct SimpleIpcWait {
   long long timeout_us = 10000000;
