@@ -36,10 +36,10 @@
  * (the file lives only in the run-time directory). A value holding a double quote ends its
  * attribute early: `password="a"b"` leaves `b"` where the parser expects the next attribute
  * name, so the whole file fails to parse and every reader sees no mount at all until the
- * daemon writes it again. A "<" in a value does the same ("<" is not allowed inside an
- * attribute value). A "&" that does not start an entity is taken as it stands, and an entity
- * such as "&amp;" is read back as "&": such values come back changed. The daemon therefore
- * must not publish credentials or directories with these characters.
+ * daemon writes it again. A "&" is taken as the start of an entity: "&amp;" and "&lt;" come
+ * back as "&" and "<", and a "&" that starts no entity is lost ("R&B" reads as "RB"). A "<"
+ * or ">" comes back as it stands. Directories and credentials with '"' or '&' therefore do
+ * not survive the file.
  *
  * Every thread has its own current list (created empty on first use, freed when the thread
  * ends), so polling threads share no list memory; the file is the only thing shared. */
