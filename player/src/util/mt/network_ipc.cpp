@@ -215,8 +215,10 @@ network_mount* try_ensure_network_mount(int type, const char* server, const char
       usleep(kListPollUs);
       continue;
     }
+    // A mount on its way is waited for when this owner holds a lock on it already; otherwise
+    // the owner's lock has yet to be asked for, as for a mounted one.
     long long id = 0;
-    if (status == NETWORK_MOUNT_STATUS_MOUNTING) {
+    if (status == NETWORK_MOUNT_STATUS_MOUNTING && network_mount_has_owner(m, owner)) {
       id = m->id;
     } else {
       log_print("%s: sending mount", label.c_str());
