@@ -52,16 +52,14 @@ TEST(NetworkFolderWords, CodesWordsAndCaptions) {
     EXPECT_EQ(get_network_folder_type_caption(bad), nullptr);
     EXPECT_EQ(get_network_protocol_caption(bad), nullptr);
   }
-  struct {
-    const char* text;
-    int length, type;
-  } types[] = {{"smb", 3, 0}, {"nfs://x", 3, 1}, {"smb", 2, 9}, {"smbx", 4, 9}, {"SMB", 3, 9}, {nullptr, 3, 9}};
-  for (const auto& row : types) EXPECT_EQ(network_folder_type_from_string(row.text, row.length, 9), row.type) << row.text;
-  struct {
-    const char* text;
-    int protocol;
-  } protocols[] = {{"udp", 0}, {"tcp", 1}, {"TCP", 9}, {"tcp ", 9}, {"tc", 9}, {nullptr, 9}};
-  for (const auto& row : protocols) EXPECT_EQ(network_protocol_from_string(row.text, 9), row.protocol) << row.text;
+  // Words are matched whole and in lower case; the type word is the first `length` characters.
+  const char* words[] = {"smb", "nfs://x", "smb", "smbx", "SMB", nullptr, "udp", "tcp", "TCP", "tcp ", "tc", nullptr};
+  int lengths[] = {3, 3, 2, 4, 3, 3}, codes[] = {0, 1, 9, 9, 9, 9, 0, 1, 9, 9, 9, 9};
+  for (int i = 0; i < 12; ++i) {
+    EXPECT_EQ(i < 6 ? network_folder_type_from_string(words[i], lengths[i], 9) : network_protocol_from_string(words[i], 9),
+              codes[i])
+        << i;
+  }
 }
 
 TEST(NetworkFolderRecord, RequiredTextsAndGeneratedIds) {
@@ -170,59 +168,51 @@ TEST(NetworkFolderLookups, MatchWholeSegments) {
   network_folder_list_add(list, network_folder_create("NF001", "Music2", 0, "s", "d", "", "", 1));
   network_folder_list_add(list, network_folder_create("NF0012", "Music", 1, "s", "d", "", "", 1));
   network_folder_list_add(list, network_folder_create("NF002", "Music", 0, "s", "d", "", "", 1));
+  // Segments of "Music2 NF0012": by name from 0, by id from 7; `length` characters each.
   const char* text = "Music2 NF0012";
   struct {
-    int type, length, index;
-  } by_name[] = {{0, 6, 0}, {0, 5, 2}, {1, 5, 1}, {1, 6, -1}, {0, 4, -1}, {2, 5, -1}};
-  for (const auto& row : by_name) {
-    EXPECT_EQ(network_folder_list_find_by_type_and_name(list, row.type, text, row.length), row.index) << row.length;
+    int type, length, by_type_and_name, by_name, by_id;
+  } rows[] = {{0, 6, 0, 0, 1}, {0, 5, 2, 1, 0}, {1, 5, 1, 1, 0}, {1, 6, -1, 0, 1}, {0, 4, -1, -1, -1}, {2, 5, -1, 1, 0}};
+  auto item = [&](int index) { return index < 0 ? nullptr : list->items[index]; };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(std::to_string(r.type) + " " + std::to_string(r.length));
+    EXPECT_EQ(network_folder_list_find_by_type_and_name(list, r.type, text, r.length), r.by_type_and_name);
+    EXPECT_EQ(network_folder_list_get_by_name(list, text, r.length), item(r.by_name));
+    EXPECT_EQ(network_folder_list_find_by_id_seg(list, str_seg{text + 7, r.length}), r.by_id);
+    EXPECT_EQ(network_folder_list_get_by_id_seg(list, str_seg{text + 7, r.length}), item(r.by_id));
   }
-  struct {
-    int length, index;
-  } by_length[] = {{6, 1}, {5, 0}, {4, -1}};
-  for (const auto& row : by_length) {
-    network_folder* expected = row.index < 0 ? nullptr : list->items[row.index];
-    EXPECT_EQ(network_folder_list_find_by_id_seg(list, str_seg{text + 7, row.length}), row.index) << row.length;
-    EXPECT_EQ(network_folder_list_get_by_id_seg(list, str_seg{text + 7, row.length}), expected) << row.length;
-    EXPECT_EQ(network_folder_list_get_by_name(list, text, row.length), row.index < 0 ? nullptr : list->items[1 - row.index]);
-  }
-  EXPECT_EQ(network_folder_list_find_by_id(list, "NF002") + network_folder_list_find_by_id(list, "NF00"), 1);
-  EXPECT_EQ(network_folder_list_get_by_id(list, "NF002"), list->items[2]);
-  EXPECT_EQ(network_folder_list_get_by_id(list, "NF003"), nullptr);
-  EXPECT_EQ(network_folder_list_find_by_type_and_name(nullptr, 0, "Music", 5), -1);
-  EXPECT_EQ(network_folder_list_get_by_name(nullptr, "Music", 5), nullptr);
-  EXPECT_EQ(network_folder_list_get_by_id(nullptr, "NF001"), nullptr);
+  EXPECT_TRUE(network_folder_list_find_by_id(list, "NF002") == 2 && network_folder_list_find_by_id(list, "NF00") == -1);
+  EXPECT_TRUE(network_folder_list_get_by_id(list, "NF002") == list->items[2] && !network_folder_list_get_by_id(list, "N"));
+  EXPECT_TRUE(network_folder_list_find_by_type_and_name(nullptr, 0, "Music", 5) == -1 &&
+              !network_folder_list_get_by_name(nullptr, "Music", 5) && !network_folder_list_get_by_id(nullptr, "NF001"));
   network_folder_list_free(list);
 }
 
 TEST_F(NetworkFolderTest, EachThreadHasItsOwnCurrentList) {
   test::write_file(path(), "id_counter = 2\nid.0 = NF001\nname.0 = A\nserver.0 = s\ndirectory.0 = d\n");
   test::LogLock log_lock;
+  // Each thread reloads twice (the list is cleared first) and reports its list, folders and counter.
   struct Seen {
-    network_folder_list* list = nullptr;
+    network_folder_list* list;
     Rows folders;
-    long long counter = 0;
+    long long counter;
   } seen[2];
   auto run = [](void* arg) -> void* {
     Seen* s = static_cast<Seen*>(arg);
-    s->list = network_folder_list_get_current();
-    network_folder_list_reload_current(&s->counter, 0);
-    network_folder_list_reload_current(&s->counter, 0);  // cleared first, not appended to
-    s->folders = rows(network_folder_list_get_current());
+    for (int i = 0; i < 2; ++i) network_folder_list_reload_current(&s->counter, 0);
+    *s = Seen{network_folder_list_get_current(), rows(network_folder_list_get_current()), s->counter};
     return nullptr;
   };
   network_folder_list* mine = network_folder_list_get_current();
   pthread_t threads[2];
   for (int i = 0; i < 2; ++i) ASSERT_EQ(pthread_create(&threads[i], nullptr, run, &seen[i]), 0);
   for (pthread_t t : threads) pthread_join(t, nullptr);
+  EXPECT_TRUE(seen[0].list != mine && seen[1].list != mine && seen[0].list != seen[1].list);
   for (const Seen& s : seen) {
-    EXPECT_NE(s.list, mine);
     EXPECT_EQ(s.folders, Rows{"NF001 A 0 s d '' '' 1"});
     EXPECT_EQ(s.counter, 2);
   }
-  EXPECT_NE(seen[0].list, seen[1].list);
-  EXPECT_EQ(network_folder_list_get_current(), mine);
-  EXPECT_EQ(mine->num_items, 0);
+  EXPECT_TRUE(network_folder_list_get_current() == mine && mine->num_items == 0);
   network_folder_list_add(mine, network_folder_create("NF005", "Mine", 1, "h", "/x", "", "", 0));
   test::captured_stderr([&] { EXPECT_EQ(network_folder_list_save_current(6), 0); });
   EXPECT_EQ(store().rfind("id_counter = 6\nid.0 = NF005\nname.0 = Mine\n", 0), 0u);
