@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -164,7 +165,7 @@ char* network_folder_generate_id(char** buffer, long long* counter) {
   MY_ASSERT(buffer);
   MY_ASSERT(counter);
   char* id = sprintf_shared(buffer, "NF%03lld", *counter);
-  ++*counter;
+  if (*counter < LLONG_MAX) ++*counter;  // a damaged store's huge counter must not overflow
   return id;
 }
 
