@@ -2,7 +2,6 @@
 // SMB names are lower case and short enough, the counter is at least 1, generated ids stay the
 // same at the next load, and the loaded list saves and loads back to the same folders.
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cctype>
 #include <cstdint>
@@ -12,37 +11,18 @@
 #include <string>
 #include <vector>
 
+#include "fuzz_file.hpp"
 #include "vonautil.h"
 
 namespace {
 
-std::string sandbox_root;
-
-// Removes the store (and its temporary file, if a save was cut short) and the sandbox.
-void leave_sandbox() {
-  for (const char* name : {NETWORK_FOLDERS_STORE_PATH, NETWORK_FOLDERS_STORE_PATH ".tmp", "/config", ""}) {
-    remove((sandbox_root + name).c_str());
-  }
-}
-
-// A private root for the fixed paths, made once per process and removed at exit.
+// The fuzzer's folder is the root of the fixed paths, so the store lands inside it.
 void enter_sandbox() {
   static bool done = false;
   if (done) return;
   done = true;
-  const char* folder = getenv("TMPDIR");
-  std::string pattern = std::string(folder && *folder ? folder : "/tmp") + "/vonautil-fuzz-nf-XXXXXX";
-  if (mkdtemp(&pattern[0]) == nullptr) abort();
-  sandbox_root = pattern;
-  setenv("VONAUTIL_ROOT", pattern.c_str(), 1);
-  if (mkdir((pattern + "/config").c_str(), 0700) != 0) abort();
-  atexit(leave_sandbox);
-}
-
-void write_store(const uint8_t* data, size_t size) {
-  std::string path = sandbox_root + NETWORK_FOLDERS_STORE_PATH;
-  FILE* file = fopen(path.c_str(), "wb");
-  if (file == nullptr || (size > 0 && fwrite(data, 1, size, file) != size) || fclose(file) != 0) abort();
+  setenv("VONAUTIL_ROOT", fuzz_dir().c_str(), 1);
+  if (mkdir((fuzz_dir() + "/config").c_str(), 0700) != 0) abort();
 }
 
 bool is_smb_text(const char* text) {
@@ -70,7 +50,7 @@ std::vector<std::string> rows(const network_folder_list* list) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   enter_sandbox();
-  write_store(data, size);
+  fuzz_file(data, size, &NETWORK_FOLDERS_STORE_PATH[1]);  // below the root, without the leading "/"
   network_folder_list* loaded = network_folder_list_create();
   long long counter = 0;
   network_folder_list_load(loaded, &counter, 1);

@@ -239,7 +239,7 @@ TEST_F(NetworkFolderTest, ToolAddsAndListsFolders) {
   for (const char* usage : {"add-folder Music smb NAS", "add-folder A smb s d extra", "add-folder A ftp s d",
                             "add-folder A nfs s d --proto sctp", "add-folder A nfs s d --user bob",
                             "add-folder A smb s d --proto tcp", "add-folder A smb s d --user", "add-folder A smb '' d",
-                            "add-folder A smb s d --verbose", "folders extra"}) {
+                            "add-folder A smb s --verbose", "folders extra"}) {
     EXPECT_EQ(test::run_tool(std::string("net ") + usage), 2) << usage;
   }
   EXPECT_EQ(store().find("NF004"), std::string::npos);
