@@ -27,12 +27,14 @@ const useconds_t kTurnPollUs = 5000;
 simple_ipc* network_ipc = nullptr;
 
 // A client's turn at the daemon's directory (see "Taking turns" in the header): an exclusive
-// flock on the directory, held for the life of the object.
+// flock on its lock file, held for the life of the object. (Not on the directory itself:
+// locks on the directories of two different daemons were seen to block each other.)
 class Turn {
  public:
   Turn() {
     if (network_ipc == nullptr) return;
-    fd_ = FS_open(network_ipc->dir_path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    std::string lock_path = std::string(network_ipc->dir_path) + "/" + NETWORK_IPC_LOCK_FILE;
+    fd_ = FS_open_with_mode(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (fd_ < 0) return;
     long long deadline = vona::monotonic_us() + kTimeoutUs;
     while (flock(fd_, LOCK_EX | LOCK_NB) != 0 && vona::monotonic_us() <= deadline) {
