@@ -72,6 +72,15 @@
 #include "player/src/util/top_level_command.h"
 #include "player/src/util/app_switcher.h"
 
+/* Mounts and storages: the mount table and its cache, mount listeners, the storage list,
+ * the storage cache and requests to the storage daemon */
+#include "player/src/util/mt/mount_utils.h"
+#include "player/src/util/mt/mount_cache.h"
+#include "player/src/util/mount_listener.h"
+#include "player/src/util/mt/storage_info.h"
+#include "player/src/util/mt/storage_cache.h"
+#include "player/src/util/mt/storage_ipc.h"
+
 /* XML documents and GUI skin configuration */
 #include "player/src/util/mt/xml_parser.h"
 #include "player/src/util/mt/gui_skin_config.h"
