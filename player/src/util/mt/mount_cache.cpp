@@ -1,4 +1,4 @@
-#include "player/src/util/mt/mount_cache.h"
+#include "player/src/util/mt/mount_cache.hpp"
 
 #include <pthread.h>
 #include <unistd.h>
@@ -149,4 +149,12 @@ int mount_cache_get_main_mount_target(char* buffer, int size) {
   if (main_mount_target == nullptr) return 0;
   copy_cut(buffer, size, main_mount_target);
   return 1;
+}
+
+std::vector<vona::CachedMount> vona::mount_cache_entries() {
+  CacheLock lock;
+  update_if_dirty_locked();
+  std::vector<CachedMount> copy;
+  for (const CacheEntry& entry : entries) copy.push_back(CachedMount{entry.target, entry.type_name, entry.code});
+  return copy;
 }
