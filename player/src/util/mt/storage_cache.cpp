@@ -56,9 +56,8 @@ void reset_locked() {
   storage_by_mount_path = object_by_string_map_create();
 }
 
+// Adds a storage whose mount path is not empty.
 void add_locked(const char* mount_path, const char* name, const char* uuid, const char* label) {
-  MY_ASSERT(mount_path);
-  MY_ASSERT(mount_path[0]);
   if (name == nullptr || name[0] == '\0') return;
   MY_ASSERT(storage_by_mount_path);
   StorageRecord* record = static_cast<StorageRecord*>(calloc(1, sizeof(StorageRecord)));
@@ -100,6 +99,8 @@ void storage_cache_reset(void) {
 }
 
 void storage_cache_add_storage(const char* mount_path, const char* name, const char* uuid, const char* label) {
+  MY_ASSERT(mount_path);
+  MY_ASSERT(mount_path[0]);
   CacheLock lock;
   add_locked(mount_path, name, uuid, label);
 }
