@@ -1,10 +1,10 @@
 #include "player/src/util/mt/mount_cache.hpp"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -34,18 +34,10 @@ struct CacheEntry {
 };
 
 // The cache; every field is guarded by cache_mutex.
-pthread_mutex_t cache_mutex = PTHREAD_MUTEX_INITIALIZER;
+std::mutex cache_mutex;
 std::vector<CacheEntry> entries;
 char* main_mount_target = nullptr;
 bool dirty = true;
-
-class CacheLock {
- public:
-  CacheLock() { pthread_mutex_lock(&cache_mutex); }
-  ~CacheLock() { pthread_mutex_unlock(&cache_mutex); }
-  CacheLock(const CacheLock&) = delete;
-  CacheLock& operator=(const CacheLock&) = delete;
-};
 
 bool find_type_code(const char* type, mount_type* code) {
   for (const TypeCode& row : kTypeCodes) {
@@ -120,31 +112,31 @@ const CacheEntry* find_locked(const char* path) {
 }  // namespace
 
 void mount_cache_update(void) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   update_locked();
 }
 
 void mount_cache_set_dirty(void) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   dirty = true;
 }
 
 mount_type mount_cache_get_mount_type(const char* path) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   update_if_dirty_locked();
   const CacheEntry* entry = find_locked(path);
   return entry ? entry->code : MOUNT_TYPE_UNKNOWN;
 }
 
 void mount_cache_get_mount_type_str(char* buffer, int size, const char* path) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   update_if_dirty_locked();
   const CacheEntry* entry = find_locked(path);
   copy_cut(buffer, size, entry ? entry->type_name : "unknown");
 }
 
 int mount_cache_get_main_mount_target(char* buffer, int size) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   update_if_dirty_locked();
   if (main_mount_target == nullptr) return 0;
   copy_cut(buffer, size, main_mount_target);
@@ -152,7 +144,7 @@ int mount_cache_get_main_mount_target(char* buffer, int size) {
 }
 
 std::vector<vona::CachedMount> vona::mount_cache_entries() {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   update_if_dirty_locked();
   std::vector<CachedMount> copy;
   for (const CacheEntry& entry : entries) copy.push_back(CachedMount{entry.target, entry.type_name, entry.code});

@@ -1,10 +1,9 @@
 #include "player/src/util/mt/storage_cache.h"
 
-#include <pthread.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 
 #include "player/src/util/mt/common.h"
 #include "player/src/util/mt/containers.h"
@@ -31,19 +30,11 @@ void record_free(void* object) {
 }
 
 // The four maps; each is guarded by cache_mutex.
-pthread_mutex_t cache_mutex = PTHREAD_MUTEX_INITIALIZER;
+std::mutex cache_mutex;
 C_StringMap* storage_mount_path_by_name = nullptr;
 C_StringMap* storage_mount_path_by_uuid = nullptr;
 C_StringMap* storage_mount_path_by_label = nullptr;
 C_ObjectByStringMap* storage_by_mount_path = nullptr;
-
-class CacheLock {
- public:
-  CacheLock() { pthread_mutex_lock(&cache_mutex); }
-  ~CacheLock() { pthread_mutex_unlock(&cache_mutex); }
-  CacheLock(const CacheLock&) = delete;
-  CacheLock& operator=(const CacheLock&) = delete;
-};
 
 void reset_locked() {
   string_map_free(storage_mount_path_by_name);
@@ -94,37 +85,37 @@ bool read_stripped_line(FILE* file, char* buffer, int size) {
 }  // namespace
 
 void storage_cache_reset(void) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   reset_locked();
 }
 
 void storage_cache_add_storage(const char* mount_path, const char* name, const char* uuid, const char* label) {
   MY_ASSERT(mount_path);
   MY_ASSERT(mount_path[0]);
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   add_locked(mount_path, name, uuid, label);
 }
 
 char* storage_cache_get_mount_path_by_name(const char* name) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   MY_ASSERT(storage_mount_path_by_name);
   return lookup(storage_mount_path_by_name, name);
 }
 
 char* storage_cache_get_mount_path_by_uuid(const char* uuid) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   MY_ASSERT(storage_mount_path_by_uuid);
   return lookup(storage_mount_path_by_uuid, uuid);
 }
 
 char* storage_cache_get_mount_path_by_label(const char* label) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   MY_ASSERT(storage_mount_path_by_label);
   return lookup(storage_mount_path_by_label, label);
 }
 
 void storage_cache_save(void) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   MY_ASSERT(storage_by_mount_path);
   FILE* file = fopen(vona::fixed_path(kCachePath).c_str(), "w");
   if (file == nullptr) return;
@@ -140,7 +131,7 @@ void storage_cache_save(void) {
 }
 
 void storage_cache_load(void) {
-  CacheLock lock;
+  std::lock_guard<std::mutex> lock(cache_mutex);
   reset_locked();
   FILE* file = fopen(vona::fixed_path(kCachePath).c_str(), "r");
   if (file == nullptr) return;
