@@ -4,10 +4,8 @@
 
 namespace {
 
-std::string table_file(const char* name) {
-  std::string here = __FILE__;
-  return here.substr(0, here.rfind('/')) + "/mount_tables/" + name;
-}
+// Tables kept beside this file (the source tree's data folder is next to tests/).
+std::string table_file(const char* name) { return std::string(VONAUTIL_DATA_DIR "/../tests/mt/mount_tables/") + name; }
 
 class MountCache : public test::SandboxTest {
  protected:

@@ -91,6 +91,7 @@ TEST_F(StorageCache, LoadTakesCompleteGroupsOfStrippedLines) {
       {"\n\n\n\n/m/b\nB\n\n\n", "B", "/m/b"},  // a group without mount path is skipped, not the reading
       {"/m/a\n \nu\nl\n/m/b\nB\n\n\n", "B", "/m/b"},
       {"/m/a\n \nu\nl\n/m/b\nB\n\n\n", "", "(null)"},
+      {"\nA\nu\nl\n", "A", "(null)"},  // nor a name without mount path
       {nullptr, "A", "(null)"},
   };
   for (const Row& row : rows) {

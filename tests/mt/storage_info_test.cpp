@@ -91,6 +91,7 @@ TEST_F(StorageInfo, ListsStoragesOfTheFirstStoragesElementWithTheirSkippingRules
   EXPECT_EQ(nullptr, storage_info_list_find_by_name(list, "US"));
   EXPECT_EQ(nullptr, storage_info_list_find_by_name(list, ""));
   storage_info_list_free(list);
+  storage_info_free(nullptr);
 }
 
 TEST_F(StorageInfo, FailuresAreLoggedOnceAndAMissingFileIsSilent) {

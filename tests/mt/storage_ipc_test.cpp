@@ -136,6 +136,25 @@ TEST_F(StorageIpc, ADaemonAnsweringErrorFailsEveryWaitingRequest) {
   EXPECT_FALSE(storage_ipc_send_and_wait_disk_space_usage("/", &total, &used, &avail));
   EXPECT_EQ(-1, total + used + avail + 2);
   EXPECT_TRUE(daemon.wait_for("disk_space_usage"));
+  EXPECT_EQ(0, daemon.stop());
+
+  // Figures in a failed answer are not taken; a closed connection can be opened again.
+  storage_ipc_close();
+  ASSERT_TRUE(storage_ipc_open());
+  pid_t server = fork();
+  if (server == 0) {
+    simple_ipc_server* ipc = simple_ipc_server_create("storage_manager");
+    for (int i = 0; i < 5000 && simple_ipc_server_get_num_requests(ipc) == 0; ++i, usleep(1000)) {
+      simple_ipc_server_look_for_new_requests(ipc);
+    }
+    properties* response = properties_create_empty();
+    properties_build_from_buffer(response, "status=error\ntotal_bytes=3\nused_bytes=2\navail_bytes=1\n");
+    simple_ipc_server_finish_request(ipc, simple_ipc_server_get_request(ipc, 0), response);
+    _exit(0);
+  }
+  EXPECT_FALSE(storage_ipc_send_and_wait_disk_space_usage("/", &total, &used, &avail));
+  EXPECT_EQ(-3, total + used + avail);
+  waitpid(server, nullptr, 0);
 }
 
 TEST_F(StorageIpc, WithoutAConnectionNothingIsSent) {

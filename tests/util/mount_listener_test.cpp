@@ -9,6 +9,7 @@ std::vector<std::string> calls;
 void on_mount_a(const char* path) { calls.push_back(std::string("mount a ") + path); }
 void on_mount_b(const char* path) { calls.push_back(std::string("mount b ") + path); }
 void on_umount(const char* path) { calls.push_back(std::string("umount ") + path); }
+void on_umount_b(const char* path) { calls.push_back(std::string("umount b ") + path); }
 
 // The message part of each log line.
 std::vector<std::string> messages(const std::string& log) {
@@ -28,6 +29,7 @@ TEST(MountListener, FiresEachKindInRegistrationOrder) {
   register_mount_callback(on_mount_a);
   register_umount_callback(on_umount);
   register_mount_callback(on_mount_b);
+  register_umount_callback(on_umount_b);
   log = test::captured_stderr([] {
     fire_mount_performed("/tmp/mnt/smb/my share");
     fire_umount_performed("/tmp/mnt/storage/usb1");
@@ -36,7 +38,8 @@ TEST(MountListener, FiresEachKindInRegistrationOrder) {
                                       "[MOUNT] Running fireUmountPerformed('/tmp/mnt/storage/usb1')"}),
             messages(log));
   EXPECT_EQ((std::vector<std::string>{"mount b /tmp/mnt/smb/my share", "mount a /tmp/mnt/smb/my share",
-                                      "mount b /tmp/mnt/smb/my share", "umount /tmp/mnt/storage/usb1"}),
+                                      "mount b /tmp/mnt/smb/my share", "umount /tmp/mnt/storage/usb1",
+                                      "umount b /tmp/mnt/storage/usb1"}),
             calls);
 }
 
