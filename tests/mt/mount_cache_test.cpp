@@ -204,3 +204,12 @@ TEST_F(MountCache, ToolListsTheCacheAndTypesOfPaths) {
   EXPECT_EQ(1, test::run_tool("mounts", &out, true));
   EXPECT_EQ("vonautil mounts: cannot read the mount table " + sandbox.path("/proc/mounts") + "\n", out);
 }
+
+// In a fresh process (each death test, and each test under ctest, has one) the first query
+// reads the table without being asked to.
+TEST(MountCacheDeathTest, TheFirstQueryOfAProcessReadsTheTable) {
+  test::Sandbox sandbox;
+  test::make_dirs(sandbox.path("/proc"));
+  test::write_file(sandbox.path("/proc/mounts"), "/dev/sdb1 /tmp/mnt/storage/usb1 tntfs rw 0 0\n");
+  EXPECT_EXIT(exit((int)mount_cache_get_mount_type("/tmp/mnt/storage/usb1/a")), testing::ExitedWithCode(2), "");
+}

@@ -75,6 +75,7 @@ TEST(MountUtils, UnescapesSourceAndTargetOnly) {
       // Three characters are taken whatever they are; the octal number ends at a non-digit
       // and is kept to 8 bits.
       {"\\101\\1x9 \\777end t o\n", 0, "A\001", "\377end", "t", "o\n"},
+      {"s /a\\0401\\1341 t o\n", 0, "s", "/a 1/1", "t", "o\n"},
       // A backslash with fewer than three characters after it ends the unescaping.
       {"a\\04 b\\07 t o\n", 0, "a\\04", "b\\07", "t", "o\n"},
       // ... but any three characters count, a backslash among them.
