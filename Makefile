@@ -14,6 +14,9 @@
 PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev libtinyxml-dev libssl-dev
 CLANG_PACKAGES := clang libclang-rt-dev
 FUZZ_SECONDS ?= 60
+# FUZZ_RUNS=N stops a target after N inputs; FUZZ_TARGETS="a_fuzz b_fuzz" runs only those.
+FUZZ_RUNS ?=
+FUZZ_TARGETS ?=
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 CMAKE_FLAGS ?=
@@ -77,15 +80,15 @@ fuzz: deps clang-deps
 	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DVONAUTIL_SANITIZE=ON -DVONAUTIL_FUZZ_COVERAGE=ON \
 	  -DVONAUTIL_BUILD_TESTS=OFF -DVONAUTIL_BUILD_BENCH=OFF -DVONAUTIL_BUILD_FUZZ=ON
 	cmake --build build-fuzz -j $(JOBS)
-	@set -e; for t in build-fuzz/fuzz/*_fuzz; do \
+	@set -e; mkdir -p build-fuzz/tmp; for t in $(if $(FUZZ_TARGETS),$(addprefix build-fuzz/fuzz/,$(FUZZ_TARGETS)),build-fuzz/fuzz/*_fuzz); do \
 	  name=$$(basename $$t); mkdir -p build-fuzz/corpus/$$name fuzz/corpus/$$name; \
-	  echo "== $$name ($(FUZZ_SECONDS) s)"; \
-	  if ! ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-	      $$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=build-fuzz/$$name- \
-	      build-fuzz/corpus/$$name fuzz/corpus/$$name > build-fuzz/$$name.log 2>&1; then \
+	  echo "== $$name ($(FUZZ_SECONDS) s$(if $(FUZZ_RUNS), or $(FUZZ_RUNS) runs))"; \
+	  if ! TMPDIR=$(CURDIR)/build-fuzz/tmp ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	      $$t -max_total_time=$(FUZZ_SECONDS) $(if $(FUZZ_RUNS),-runs=$(FUZZ_RUNS)) -print_final_stats=1 \
+	      -artifact_prefix=build-fuzz/$$name- build-fuzz/corpus/$$name fuzz/corpus/$$name > build-fuzz/$$name.log 2>&1; then \
 	    tail -n 60 build-fuzz/$$name.log; exit 1; \
 	  fi; \
-	  grep -E '^(stat::number_of_executed_units|stat::peak_rss_mb|#[0-9]+ +DONE)' build-fuzz/$$name.log; \
+	  grep -E '^(stat::number_of_executed_units|stat::average_exec_per_sec|stat::peak_rss_mb|#[0-9]+ +DONE)' build-fuzz/$$name.log; \
 	done
 
 tsan:

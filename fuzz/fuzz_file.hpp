@@ -7,15 +7,30 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
-// Writes the bytes to a file of this process in the temporary folder and returns its path;
-// the same path is rewritten for every input.
-inline const std::string& fuzz_file(const uint8_t* data, size_t size) {
-  static const std::string path = [] {
-    const char* folder = getenv("TMPDIR");
-    return std::string(folder && *folder ? folder : "/tmp") + "/vonautil-fuzz-" + std::to_string(getpid());
-  }();
+// A folder of this process in the temporary folder ($TMPDIR or /tmp), made on first use and
+// removed with its content when the process exits.
+inline const std::string& fuzz_dir() {
+  // Never destroyed: the exit handler that removes the folder runs after static destructors.
+  static const std::string& dir = *new std::string([] {
+    const char* tmp = getenv("TMPDIR");
+    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/vonautil-fuzz-XXXXXX";
+    if (mkdtemp(&pattern[0]) == nullptr) abort();
+    atexit([] {
+      std::error_code ignored;
+      std::filesystem::remove_all(fuzz_dir(), ignored);
+    });
+    return pattern;
+  }());
+  return dir;
+}
+
+// Writes the bytes to `name` in that folder and returns its path; the same path is rewritten
+// for every input.
+inline std::string fuzz_file(const uint8_t* data, size_t size, const char* name = "input") {
+  std::string path = fuzz_dir() + "/" + name;
   FILE* file = fopen(path.c_str(), "wb");
   if (file == nullptr || (size > 0 && fwrite(data, 1, size, file) != size) || fclose(file) != 0) abort();
   return path;

@@ -7,18 +7,13 @@
 #include <cstdlib>
 #include <string>
 
+#include "fuzz_file.hpp"
 #include "vonautil.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const std::string path = [] {
-    xml_document_initialize();
-    char dir[] = "/tmp/vonautil-skin-fuzz-XXXXXX";
-    return std::string(mkdtemp(dir)) + "/skin.xml";
-  }();
-  FILE* file = fopen(path.c_str(), "wb");
-  if (file == nullptr) return 0;
-  fwrite(data, 1, size, file);
-  fclose(file);
+  static const bool initialized = (xml_document_initialize(), true);
+  (void)initialized;
+  std::string path = fuzz_file(data, size, "skin.xml");
   gui_skin_config* cfg = gui_skin_config_create();
   gui_skin_config_create_from_file(cfg, path.c_str());
   // A refused UI type list stays empty, so its default index may equal the count (0).

@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
   int max_line_size = 1 + data[0] % 64;
   int max_lines = data[1] % 8;
-  const std::string& path = fuzz_file(data + 2, size - 2);
+  std::string path = fuzz_file(data + 2, size - 2);
   string_array* lines = FS_readlines(path.c_str(), max_line_size, max_lines);
   if (lines == nullptr) abort();
   if (max_lines > 0 && lines->size > max_lines) abort();

@@ -8,7 +8,7 @@
 #include "vonautil.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::string& path = fuzz_file(data, size);
+  std::string path = fuzz_file(data, size);
   properties* capped = properties_load_from_internal_file_with_index(path.c_str());
   properties* whole = properties_create_empty();
   if (capped == nullptr || !properties_build_from_unlimited_size_internal_file(whole, path.c_str())) abort();

@@ -24,7 +24,7 @@ int run(const std::string& name, const std::vector<std::string>& args) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static bool quiet = freopen("/dev/null", "w", stdout) != nullptr;  // failures still go to standard error
   if (!quiet || size < 2) return 0;
-  const std::string& path = fuzz_file(data + 2, size - 2);
+  std::string path = fuzz_file(data + 2, size - 2);
   static const char* const kEncodings[] = {"utf8", "cp1251", "cp1255", "big5", "gb2312", "euckr"};
   const char* from = kEncodings[data[1] % 6];
   const char* to = kEncodings[data[1] / 6 % 6];

@@ -11,6 +11,7 @@
 #include <map>
 #include <string>
 
+#include "fuzz_file.hpp"
 #include "vonautil.h"
 
 namespace {
@@ -27,18 +28,9 @@ int collect(const char* key, const char* value, int, void* user) {
   return 0;
 }
 
-// One file per process, rewritten for every input.
-const std::string& scratch_dir() {
-  static std::string dir = [] {
-    char pattern[] = "/tmp/vonautil-fuzz-XXXXXX";
-    return std::string(mkdtemp(pattern));
-  }();
-  return dir;
-}
-
 translation* reference() {
   static translation* loaded = [] {
-    std::string path = scratch_dir() + "/reference.txt";
+    std::string path = fuzz_dir() + "/reference.txt";
     FILE* f = fopen(path.c_str(), "w");
     fputs("title = Title\nsize__1 = %s MB\nname = %{name}\n", f);
     fclose(f);
@@ -50,11 +42,7 @@ translation* reference() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  std::string path = scratch_dir() + "/input.txt";
-  FILE* f = fopen(path.c_str(), "wb");
-  if (f == nullptr) return 0;
-  fwrite(data, 1, size, f);
-  fclose(f);
+  std::string path = fuzz_file(data, size, "input.txt");
 
   Walked walked;
   int walk_result = T_iterate_translation_file(path.c_str(), collect, &walked);
