@@ -35,7 +35,9 @@ struct CacheEntry {
 
 // The cache; every field is guarded by cache_mutex.
 std::mutex cache_mutex;
-std::vector<CacheEntry> entries;
+// Never destroyed: the cache lives as long as the process, and other threads may still
+// query it while static objects are destroyed at exit.
+std::vector<CacheEntry>& entries = *new std::vector<CacheEntry>;
 char* main_mount_target = nullptr;
 bool dirty = true;
 
