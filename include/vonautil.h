@@ -76,6 +76,14 @@
 #include "player/src/util/mt/network_folder.h"
 #include "player/src/util/mt/network_mount.h"
 #include "player/src/util/mt/network_ipc.h"
+/* Mounts and storages: the mount table and its cache, mount listeners, the storage list,
+ * the storage cache and requests to the storage daemon */
+#include "player/src/util/mt/mount_utils.h"
+#include "player/src/util/mt/mount_cache.h"
+#include "player/src/util/mount_listener.h"
+#include "player/src/util/mt/storage_info.h"
+#include "player/src/util/mt/storage_cache.h"
+#include "player/src/util/mt/storage_ipc.h"
 
 /* XML documents and GUI skin configuration */
 #include "player/src/util/mt/xml_parser.h"
