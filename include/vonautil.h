@@ -72,6 +72,9 @@
 #include "player/src/util/top_level_command.h"
 #include "player/src/util/app_switcher.h"
 
+/* Storage: disk partitioning and drive sizes */
+#include "player/src/util/mt/storage_utils.h"
+
 /* XML documents and GUI skin configuration */
 #include "player/src/util/mt/xml_parser.h"
 #include "player/src/util/mt/gui_skin_config.h"
