@@ -92,7 +92,8 @@ class Disk : public test::SandboxTest {
     return path;
   }
   std::string mktable_line(const std::string& device) {
-    return "[parted] running '" + sandbox.path("/firmware_ext/parted/parted") + " '" + device + "' --script -- mktable gpt'";
+    std::string parted = sandbox.path("/firmware_ext/parted/parted");
+    return "[parted] running '" + parted + " '" + device + "' --script -- mktable gpt'";
   }
 
   std::string saved_path_ = getenv("PATH") ? getenv("PATH") : "";
@@ -122,7 +123,8 @@ TEST_F(Disk, GptDecisionAndDriveSizeReadTheBlockDeviceSizeFiles) {
 TEST(DiskPrintouts, PartitionTableStateMsdosVerdictAndDfReader) {
   const std::string gpt = "Disk /img: 21.0MB\nPartition Table: gpt\nDisk Flags: \n\n";
   const std::string header = "Number  Start   End     Size    File system  Name     Flags\n";
-  const std::string backup = "Error: The backup GPT table is corrupt, but the primary appears OK, so that will be used.\n";
+  const std::string backup = 
+      "Error: The backup GPT table is corrupt, but the primary appears OK, so that will be used.\n";
   struct Printout {
     std::string text;
     int state;
@@ -232,8 +234,10 @@ TEST_F(Disk, CreateGptPartitionsWithRealParted) {
 TEST_F(Disk, CreateGptRefusesATableThatIsNotEmptyAfterMktable) {
   test::make_dirs(sandbox.path("/firmware_ext/parted"));
   write_script(sandbox.path("/firmware_ext/parted/parted"),
-               record_args("calls") + "echo >> \"$VONAUTIL_ROOT/calls\"\nprintf 'Partition Table: gpt\\nNumber  Start\\n 1\\n'\n");
-  std::string log = test::captured_stderr([] { EXPECT_EQ(0, storage_do_create_gpt_partitions("/dev/sdz", make_nothing)); });
+               record_args("calls") + "echo >> \"$VONAUTIL_ROOT/calls\"\n" +
+                   "printf 'Partition Table: gpt\\nNumber  Start\\n 1\\n'\n");
+  std::string log =
+      test::captured_stderr([] { EXPECT_EQ(0, storage_do_create_gpt_partitions("/dev/sdz", make_nothing)); });
   EXPECT_EQ((Lines{mktable_line("/dev/sdz"), "[parted] running print...",
                    "[parted] print cmd: unexpectedly non-empty partition table after mktable"}),
             messages(log));
@@ -257,7 +261,7 @@ TEST_F(Disk, MsdosTablesThroughFdiskAndTheMsdosVerdict) {
     int msdos;
   } cases[] = {{msdos, 1}, {backup_corrupt, 1}, {gpt_image("gpt.img", true), 0}, {image("blank.img"), 0}, {missing, 0}};
   for (const Case& c : cases) {
-    log = test::captured_stderr([&] { EXPECT_EQ(c.msdos, storage_has_msdos_partition_table(c.device.c_str())) << c.device; });
+    log = test::captured_stderr([&] { EXPECT_EQ(c.msdos, storage_has_msdos_partition_table(c.device.c_str())); });
     EXPECT_EQ(Lines{"[parted] running print..."}, messages(log));
   }
 
@@ -266,10 +270,12 @@ TEST_F(Disk, MsdosTablesThroughFdiskAndTheMsdosVerdict) {
   // ends the caller.
   EXPECT_EQ(1, storage_do_fdisk(image("untouched.img").c_str(), ""));
   command = "fdisk -u '" + missing + "'";
-  log = test::captured_stderr([&] { EXPECT_EQ(0, storage_do_fdisk(missing.c_str(), std::string(300000, '\n').c_str())); });
+  std::string long_script(300000, '\n');
+  log = test::captured_stderr([&] { EXPECT_EQ(0, storage_do_fdisk(missing.c_str(), long_script.c_str())); });
   Lines tail = messages(log);
   tail.erase(tail.begin());
-  EXPECT_EQ((Lines{"fprintf to '" + command + "' failed: " + strerror(EPIPE), "pclose('" + command + "') exit status: 1"}),
+  EXPECT_EQ((Lines{"fprintf to '" + command + "' failed: " + strerror(EPIPE),
+                   "pclose('" + command + "') exit status: 1"}),
             tail);
   log = test::captured_stderr([&] { EXPECT_EQ(0, storage_do_fdisk("/dev/it's", script)); });
   EXPECT_EQ(Lines{}, messages(log));
@@ -329,7 +335,8 @@ class Unmount : public Disk {
     test::make_dirs(sandbox.path("/firmware/scripts"));
     write_script(sandbox.path("/firmware/scripts/stop_mount_usages.sh"),
                  record_args("stop_args") +
-                     "if [ -f \"$VONAUTIL_ROOT/holder.pid\" ]; then\n  pid=$(cat \"$VONAUTIL_ROOT/holder.pid\"); kill $pid\n"
+                     "if [ -f \"$VONAUTIL_ROOT/holder.pid\" ]; then\n"
+                     "  pid=$(cat \"$VONAUTIL_ROOT/holder.pid\"); kill $pid\n"
                      "  while readlink /proc/$pid/cwd >/dev/null 2>&1; do sleep 0.01; done\nfi\n");
     test::make_dirs(mount_point_);
   }
@@ -359,7 +366,8 @@ TEST_F(Unmount, StopScriptGetsTheQuotedMountPointAndTheArgumentsAsTheyAre) {
     std::string args;
   } cases[] = {{f_x, "<-f><x>"}, {nullptr, ""}, {split, "<a><b><" + sandbox.root() + ">"}};
   for (const Case& c : cases) {
-    std::string log = test::captured_stderr([&] { EXPECT_EQ(0, storage_stop_usages_and_umount(mount_point_.c_str(), c.extra)); });
+    std::string log =
+        test::captured_stderr([&] { EXPECT_EQ(0, storage_stop_usages_and_umount(mount_point_.c_str(), c.extra)); });
     std::string why = umount(mount_point_.c_str()) == 0 ? "" : strerror(errno);  // a folder that is no mount point
     EXPECT_EQ("<" + mount_point_ + ">" + c.args, take_stop_args());
     EXPECT_EQ(log_of(mount_point_, {"Failed to unmount: " + why, "Trying to stop all usages of mount point...",
@@ -375,8 +383,9 @@ TEST_F(Unmount, StopScriptGetsTheQuotedMountPointAndTheArgumentsAsTheyAre) {
 }
 
 TEST_F(Unmount, RealMountsFreeAndBusy) {
-  if (mount("none", mount_point_.c_str(), "tmpfs", 0, nullptr) != 0) GTEST_SKIP() << "may not mount: " << strerror(errno);
-  std::string log = test::captured_stderr([&] { EXPECT_EQ(1, storage_stop_usages_and_umount(mount_point_.c_str(), nullptr)); });
+  if (mount("none", mount_point_.c_str(), "tmpfs", 0, nullptr) != 0) GTEST_SKIP() << "no mount: " << strerror(errno);
+  auto unmount = [&] { EXPECT_EQ(1, storage_stop_usages_and_umount(mount_point_.c_str(), nullptr)); };
+  std::string log = test::captured_stderr(unmount);
   EXPECT_EQ(log_of(mount_point_, {"Unmounted OK"}), messages(log));
   EXPECT_EQ("", take_stop_args());
 
@@ -393,12 +402,13 @@ TEST_F(Unmount, RealMountsFreeAndBusy) {
   ASSERT_EQ(1, read(ready[0], &byte, 1));
   close(ready[0]), close(ready[1]);
   test::write_file(sandbox.path("/holder.pid"), std::to_string(holder));
-  log = test::captured_stderr([&] { EXPECT_EQ(1, storage_stop_usages_and_umount(mount_point_.c_str(), nullptr)); });
+  log = test::captured_stderr(unmount);
   int status;
   waitpid(holder, &status, 0);
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
   EXPECT_EQ(log_of(mount_point_, {std::string("Failed to unmount: ") + strerror(EBUSY),
-                                  "Trying to stop all usages of mount point...", "Retrying unmount...", "Unmounted OK"}),
+                                  "Trying to stop all usages of mount point...", "Retrying unmount...",
+                                  "Unmounted OK"}),
             messages(log));
 }
 
@@ -429,7 +439,8 @@ TEST_F(Disk, Tool) {
   test::make_dirs(tree);
   EXPECT_EQ(0, test::run_tool("disk size '" + tree + "'", &out));
   EXPECT_EQ(0u, out.find("total: " + std::to_string(storage_get_mounted_drive_size(tree.c_str())) + "\nused: ")) << out;
-  EXPECT_NE(std::string::npos, out.find("\ndirectory size: " + std::to_string(storage_get_dir_size(tree.c_str())) + "\n"));
+  std::string dir_size = std::to_string(storage_get_dir_size(tree.c_str()));
+  EXPECT_NE(std::string::npos, out.find("\ndirectory size: " + dir_size + "\n")) << out;
   EXPECT_EQ(1, test::run_tool("disk size '" + sandbox.path("/missing") + "'", &out, true));
   EXPECT_EQ("vonautil disk: cannot use '" + sandbox.path("/missing") + "': " + strerror(ENOENT) + "\n", out);
 
