@@ -287,6 +287,7 @@ long long storage_get_dir_size(const char* path) {
   std::string output;
   if (!read_command_output("du -s '" + escape_for_apostrophes(path) + "'", &output)) return -1;
   if (output.empty()) return -1;
+  output = output.substr(0, output.find('\n'));  // the first line
   // Kilobytes times 1024 in 32-bit arithmetic, wrapping as the firmware always has.
   uint32_t bytes = (uint32_t)leading_integer(output.c_str()) * 1024u;
   return (long long)(int32_t)bytes;
