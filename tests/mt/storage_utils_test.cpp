@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
 
@@ -343,7 +344,8 @@ class Unmount : public Disk {
     test::make_dirs(mount_point_);
   }
   void TearDown() override {
-    umount2(mount_point_.c_str(), MNT_DETACH);  // whatever a test left mounted
+    while (umount2(mount_point_.c_str(), MNT_DETACH) == 0) {  // whatever a test left mounted
+    }
     Disk::TearDown();
   }
   std::string take_stop_args() {
@@ -397,6 +399,7 @@ TEST_F(Unmount, RealMountsFreeAndBusy) {
   ASSERT_EQ(0, pipe(ready));
   pid_t holder = fork();
   if (holder == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // never outlives a test that dies
     if (chdir(mount_point_.c_str()) == 0 && write(ready[1], "x", 1) == 1) pause();
     _exit(1);
   }
@@ -406,6 +409,7 @@ TEST_F(Unmount, RealMountsFreeAndBusy) {
   test::write_file(sandbox.path("/holder.pid"), std::to_string(holder));
   log = test::captured_stderr(unmount);
   int status;
+  kill(holder, SIGKILL);  // no effect once the stop script has ended it
   waitpid(holder, &status, 0);
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
   EXPECT_EQ(log_of(mount_point_, {std::string("Failed to unmount: ") + strerror(EBUSY),
