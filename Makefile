@@ -11,7 +11,7 @@
 #                   committed seed corpus (fuzz/corpus/NAME) for FUZZ_SECONDS (default 60)
 #   make tsan       the suite once more, built with ThreadSanitizer
 
-PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev libtinyxml-dev libssl-dev
+PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev libtinyxml-dev libssl-dev parted fdisk
 CLANG_PACKAGES := clang libclang-rt-dev
 FUZZ_SECONDS ?= 60
 # FUZZ_RUNS=N stops a target after N inputs; FUZZ_TARGETS="a_fuzz b_fuzz" runs only those.

@@ -84,6 +84,8 @@
 #include "player/src/util/mt/storage_info.h"
 #include "player/src/util/mt/storage_cache.h"
 #include "player/src/util/mt/storage_ipc.h"
+/* Storage: disk partitioning and drive sizes */
+#include "player/src/util/mt/storage_utils.h"
 
 /* XML documents and GUI skin configuration */
 #include "player/src/util/mt/xml_parser.h"
