@@ -155,6 +155,7 @@ TEST(XmlUtils, ReadersOfChildElementsAndTheirMessages) {
   EXPECT_READ("1225486801|", tinyxml_utils_get_child_element_unixtime(n, "t1", "ctx"));
   EXPECT_READ("1225486801|", tinyxml_utils_get_optional_child_element_unixtime(n, "t1", "ctx"));
   EXPECT_READ(t0, tinyxml_utils_get_child_element_unixtime(n, "t0", "ctx"));
+  EXPECT_READ("-1|ctx: the required 'none' element is missing\n", tinyxml_utils_get_child_element_unixtime(n, "none", "ctx"));
   EXPECT_READ(t0, tinyxml_utils_get_optional_child_element_unixtime(n, "t0", "ctx"));
 }
 
@@ -340,6 +341,8 @@ TEST(XmlHostile, RefusesOrFailsWithoutCrashing) {
   std::string attributes = "<a";
   for (int i = 0; i <= XML_MAX_ATTRIBUTES; ++i) attributes += " a" + std::to_string(i) + "=''";
   EXPECT_EQ("100 1:1 Too many attributes on one element", Doc(attributes + "/>").error());
+  attributes.resize(attributes.rfind(" a"));  // exactly the limit
+  EXPECT_FALSE(xml_document_is_error(Doc(attributes + "/>").doc));
 
   // Whatever the parser reads as text cannot hide an end tag from the depth count: in UTF-8
   // a lead byte swallows the '<' after it, in other encodings it does not.
