@@ -3,9 +3,13 @@
 #ifndef VONAUTIL_TEST_SUPPORT_HPP
 #define VONAUTIL_TEST_SUPPORT_HPP
 
+#include <fcntl.h>
 #include <ftw.h>
 #include <pthread.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -88,6 +92,13 @@ std::string seg_text(Segment seg) {
   return std::string(seg.start, seg.length > 0 ? seg.length : 0);
 }
 
+// A new string array of the given strings, for the caller to free or hand on.
+inline string_array* string_array_of(std::initializer_list<std::string> items) {
+  string_array* sa = string_array_create_empty();
+  for (const std::string& item : items) string_array_add(sa, item.c_str());
+  return sa;
+}
+
 // mkdir -p
 inline void make_dirs(const std::string& path) {
   for (size_t slash = 1; slash != std::string::npos; slash = path.find('/', slash + 1)) {
@@ -110,6 +121,29 @@ inline std::string assertion_report(const std::string& module, int line, const s
   };
   return literal(module) + ":" + (line > 0 ? std::to_string(line) : std::string("[0-9]+")) + ": " + literal(function) +
          ": Assertion `" + literal(expression) + "' failed\\.";
+}
+
+// Whether `text` holds `part`; a failure shows both.
+inline testing::AssertionResult Contains(const std::string& text, const std::string& part) {
+  if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "'" << text << "' lacks '" << part << "'";
+}
+
+#define EXPECT_CONTAINS(text, part) EXPECT_TRUE(test::Contains(text, part))
+
+// The messages of log text, without the line prefixes "[PID] [tTHREAD] [YYYY-MM-DD hh:mm:ss.uuuuuu] ".
+inline std::string log_messages(const std::string& text) {
+  std::string result;
+  for (size_t i = 0; i < text.size();) {
+    unsigned long id;
+    int n = 0;
+    const char* p = text.c_str() + i;
+    if (*p == '[' && sscanf(p, "[%lu] [t%lu] [%*d-%*d-%*d %*d:%*d:%*d.%*d]%n", &id, &id, &n) == 2 && n && p[n] == ' ')
+      i += n + 1;
+    else
+      result += text[i++];
+  }
+  return result;
 }
 
 // What f() prints on standard output or on standard error.
@@ -140,6 +174,48 @@ inline int run_tool(const std::string& arguments, std::string* output = nullptr,
   int status = pclose(pipe);
   if (output) *output = text;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// A row of a tool test: the arguments, the exit status, and a part of what the tool prints on
+// standard output and standard error together ("" matches anything), or all of it if `whole`.
+struct ToolRow {
+  std::string arguments;
+  int status;
+  std::string output;
+  bool whole = false;
+};
+inline void expect_tool(const std::vector<ToolRow>& rows) {
+  for (const ToolRow& row : rows) {
+    std::string output;
+    EXPECT_EQ(row.status, run_tool(row.arguments, &output, true)) << row.arguments;
+    EXPECT_TRUE(row.whole ? output == row.output : output.find(row.output) != std::string::npos)
+        << row.arguments << " printed '" << output << "', expected " << (row.whole ? "" : "a part ") << "'"
+        << row.output << "'";
+  }
+}
+
+// Runs `body` in a child process with its output silenced and returns the child's id. The child
+// ends with the test process, or after `seconds`, whichever comes first; its exit status is what
+// `body` returns.
+template <class Body>
+pid_t spawn(Body body, unsigned seconds = 120) {
+  pid_t pid = fork();
+  if (pid == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    alarm(seconds);
+    int null = open("/dev/null", O_WRONLY);
+    dup2(null, 1);
+    dup2(null, 2);
+    _exit(body());
+  }
+  return pid;
+}
+
+// The exit status of a child, or 100 + the signal that ended it.
+inline int exit_status(pid_t pid) {
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
 }
 
 // The log is shared by every thread only once its caller installs lock callbacks: tests that

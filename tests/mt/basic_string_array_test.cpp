@@ -11,12 +11,6 @@ static Strings strings_of(string_array* sa, bool owned = false) {
   return result;
 }
 
-static string_array* array_of(std::initializer_list<const char*> strings) {
-  string_array* sa = string_array_create_empty();
-  for (const char* s : strings) string_array_add(sa, s);
-  return sa;
-}
-
 TEST(StringArray, AppendsEditsAndFinds) {
   string_array* sa = string_array_create_single("one");
   string_array_add_int(sa, -42);
@@ -51,7 +45,7 @@ TEST(StringArray, AppendsEditsAndFinds) {
 }
 
 TEST(StringArray, SortsInByteOrder) {
-  string_array* sa = array_of({"alpha", "\xc3\xa9t\xc3\xa9", "Alpha", "al", "", "Z"});
+  string_array* sa = test::string_array_of({"alpha", "\xc3\xa9t\xc3\xa9", "Alpha", "al", "", "Z"});
   string_array_sort(sa);
   EXPECT_EQ((Strings{"", "Alpha", "Z", "al", "alpha", "\xc3\xa9t\xc3\xa9"}), strings_of(sa, true));
 }
@@ -73,7 +67,7 @@ TEST(StringArray, SplitsItemsWithoutLeadingWhiteSpace) {
 }
 
 TEST(StringArray, JoinsARangeInOneString) {
-  string_array* sa = array_of({"a", "b", "", "d"});
+  string_array* sa = test::string_array_of({"a", "b", "", "d"});
   auto join = [&](const char* separator, int start, int count) {
     char* joined = string_array_join(sa, separator, start, count);
     std::string result = joined;
@@ -116,7 +110,7 @@ TEST(StringArrayDeathTest, ReportsBrokenPreconditions) {
   auto report = [](const char* function, const char* expression) {
     return test::assertion_report("player/src/util/mt/basic_string_array", 0, function, expression);
   };
-  string_array* sa = array_of({"a", "b"});
+  string_array* sa = test::string_array_of({"a", "b"});
   const char* text = "ab";
   EXPECT_DEATH(string_array_add(sa, nullptr), report("string_array_add", "string"));
   EXPECT_DEATH(string_array_add_segment(sa, text + 1, text), report("string_array_add_segment", "begin && end && end >= begin"));

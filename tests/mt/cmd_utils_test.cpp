@@ -1,6 +1,5 @@
 #include "player/src/util/mt/cmd_utils.h"
 
-#include <dirent.h>
 #include <regex.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -22,10 +21,8 @@ namespace {
 using namespace testing::internal;  // CaptureStdout, GetCapturedStdout and the same for stderr
 
 struct Args {
-  string_array* sa = string_array_create_empty();
-  Args(std::initializer_list<std::string> items) {
-    for (const std::string& item : items) string_array_add(sa, item.c_str());
-  }
+  string_array* sa;
+  Args(std::initializer_list<std::string> items) : sa(test::string_array_of(items)) {}
   ~Args() { string_array_free(sa); }
   operator const string_array*() const { return sa; }
 };
@@ -46,19 +43,10 @@ int lines(const std::string& log, const std::string& pattern) {
   return count;
 }
 
-// The processes whose parent is this test, zombies included.
-std::vector<int> children() {
-  std::vector<int> pids;
-  DIR* proc = opendir("/proc");
-  while (dirent* entry = readdir(proc)) {
-    std::string stat = test::read_file(std::string("/proc/") + entry->d_name + "/stat");
-    int ppid = 0;
-    if (sscanf(stat.c_str() + stat.rfind(')') + 1, " %*c %d", &ppid) == 1 && ppid == getpid()) {
-      pids.push_back(atoi(entry->d_name));
-    }
-  }
-  closedir(proc);
-  return pids;
+// Whether this test has a child process, running or a zombie.
+bool has_children() {
+  siginfo_t info;
+  return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
 // Records the chunks given to an output callback; cancels at the n-th empty chunk or byte.
@@ -105,7 +93,7 @@ struct Feed {
 // Producers that wait first: until the child has exited (without reaping it), or has written its pid file.
 void wait_for_child_exit(Feed*) {
   siginfo_t info;
-  waitid(P_PID, (id_t)children().at(0), &info, WEXITED | WNOWAIT);
+  waitid(P_ALL, 0, &info, WEXITED | WNOWAIT);
 }
 void wait_for_pid_file(Feed* f) {
   while (access(f->pid_file.c_str(), F_OK) != 0) usleep(10000);
@@ -113,7 +101,7 @@ void wait_for_pid_file(Feed* f) {
 
 class CmdUtils : public test::SandboxTest {
  protected:
-  void TearDown() override { EXPECT_TRUE(children().empty()) << "a child was left behind"; }
+  void TearDown() override { EXPECT_FALSE(has_children()) << "a child was left behind"; }
   std::string file(const char* name) { return sandbox.root() + "/" + name; }
 };
 
@@ -376,10 +364,8 @@ TEST_F(CmdUtils, ChildrenGetNoDescriptorWhenCloseOnExecIsAsked) {
 }
 
 TEST_F(CmdUtils, ToolRunsAProgramAndExitsWithItsStatus) {
-  std::string out, quiet, killed;
-  EXPECT_EQ(3, test::run_tool("run -- /bin/sh -c 'echo hi; exit 3'", &out));
-  EXPECT_EQ(0, test::run_tool("run --quiet /bin/echo a b", &quiet));
-  EXPECT_EQ(1, test::run_tool("run -- /bin/sh -c 'kill -KILL $$'", &killed));
-  EXPECT_EQ(2, test::run_tool("run --"));
-  EXPECT_EQ("hi\n/bin/sh: OK (exit status = 3)\n|a b\n|/bin/sh: Failed\n", out + "|" + quiet + "|" + killed);
+  test::expect_tool({{"run -- /bin/sh -c 'echo hi; exit 3'", 3, "hi\n/bin/sh: OK (exit status = 3)\n", true},
+                     {"run --quiet /bin/echo a b", 0, "a b\n", true},
+                     {"run -- /bin/sh -c 'kill -KILL $$'", 1, "/bin/sh: Failed\n", true},
+                     {"run --", 2, ""}});
 }

@@ -251,24 +251,17 @@ TEST(Tables, ChoiceStringsAndItemCopies) {
   free(copy);
 }
 
+// natsort sorts lines in either order, keeps them whole and ends options at "--".
 TEST(Tool, NatsortSortsLinesInEitherOrder) {
   test::Sandbox sandbox;
-  std::string path = sandbox.path("/names.txt"), out;
+  std::string path = sandbox.path("/names.txt"), dashed = sandbox.path("/--alnum");
   test::write_file(path, "file10\nFile2\nfile2\nfile1");
-  EXPECT_EQ(0, test::run_tool("natsort " + path, &out));
-  EXPECT_EQ("File2\nfile1\nfile2\nfile10\n", out);
-  EXPECT_EQ(0, test::run_tool("natsort --alnum < " + path, &out));
-  EXPECT_EQ("file1\nFile2\nfile2\nfile10\n", out);
-  EXPECT_EQ(1, test::run_tool("natsort " + sandbox.path("/missing")));
-  EXPECT_EQ(2, test::run_tool("natsort --bogus"));
-  EXPECT_EQ(2, test::run_tool("natsort a b"));
-}
-
-TEST(Tool, NatsortKeepsLinesWholeAndEndsOptionsAtDoubleDash) {
-  test::Sandbox sandbox;
-  std::string path = sandbox.path("/--alnum"), out;
-  test::write_file(path, std::string("x10\0tail\nx9\n", 12));
-  EXPECT_EQ(0, test::run_tool("natsort -- " + path, &out));
-  EXPECT_EQ(std::string("x9\nx10\0tail\n", 12), out);
-  EXPECT_EQ(1, test::run_tool("natsort -- --alnum"));  // a file name, not the option
+  test::write_file(dashed, std::string("x10\0tail\nx9\n", 12));
+  test::expect_tool({{"natsort " + path, 0, "File2\nfile1\nfile2\nfile10\n", true},
+                     {"natsort --alnum < " + path, 0, "file1\nFile2\nfile2\nfile10\n", true},
+                     {"natsort -- " + dashed, 0, std::string("x9\nx10\0tail\n", 12), true},
+                     {"natsort -- --alnum", 1, ""},  // a file name, not the option
+                     {"natsort " + sandbox.path("/missing"), 1, ""},
+                     {"natsort --bogus", 2, ""},
+                     {"natsort a b", 2, ""}});
 }

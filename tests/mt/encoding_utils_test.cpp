@@ -67,43 +67,19 @@ TEST(EncodingUtils, InternalAliasesAreUtf8) {
   free(back);
 }
 
-TEST(EncodingUtils, TextTool) {
-  test::Sandbox sandbox;
-  std::string russian = sandbox.path("/russian.txt");
-  test::write_file(russian, "\xCF\xF0\xE8\xE2\xE5\xF2\n\xFF");  // cp1251 "Привет", "я"
-  std::string out;
-  EXPECT_EQ(0, test::run_tool("text convert --from cp1251 --to utf8 " + russian, &out));
-  EXPECT_EQ("\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82\n\xD1\x8F", out);
-  EXPECT_EQ(0, test::run_tool("text convert --to big5 --from utf8 < " + russian, &out));
-  EXPECT_EQ("??????\n?", out) << "invalid UTF-8 bytes read as '?'";
-
-  EXPECT_EQ(0, test::run_tool("text detect --lang russian " + russian, &out));
-  EXPECT_EQ("cp1251\n", out) << "\xFF is undefined in cp1255";
-  test::write_file(russian, "\xCF\xF0\xE8\xE2\xE5\xF2");
-  EXPECT_EQ(0, test::run_tool("text detect --lang russian " + russian, &out));
-  EXPECT_EQ("cp1255\n", out) << "without a byte undefined in cp1255";
-  EXPECT_EQ(0, test::run_tool("text detect " + russian, &out));
-  EXPECT_EQ("cp1252\n", out);
-
-  std::string names = sandbox.path("/names.txt");
-  test::write_file(names, "\xD0\xAF\xD0\xBD\xD0\xB0\nzoe\n\xC3\x89mile\nAnna\n\xD0\x81\xD0\xB6\n");
-  EXPECT_EQ(0, test::run_tool("text sort " + names, &out));
-  EXPECT_EQ("Anna\nzoe\n\xD0\x81\xD0\xB6\n\xD0\xAF\xD0\xBD\xD0\xB0\n\xC3\x89mile\n", out);
-
-  EXPECT_EQ(2, test::run_tool("text convert --from koi8r --to utf8 " + names));
-  EXPECT_EQ(2, test::run_tool("text convert --from utf8 " + names));
-  EXPECT_EQ(2, test::run_tool("text shuffle"));
-  EXPECT_EQ(1, test::run_tool("text sort " + sandbox.path("/missing.txt"), &out, true));
-  EXPECT_NE(std::string::npos, out.find("cannot read"));
-  EXPECT_EQ(1, test::run_tool("text detect " + sandbox.path("/missing.txt")));
-}
-
 // The text commands stream any input byte for byte (NUL bytes, lines longer than a read
 // block, a last line without '\n'), take encoding names loosely, count what became '?' and
 // refuse unknown languages.
-TEST(EncodingUtils, TextToolKeepsEveryByteAndSaysWhatItLost) {
+TEST(EncodingUtils, TextTool) {
   test::Sandbox sandbox;
-  std::string big = sandbox.path("/big.txt"), out;
+  std::string russian = sandbox.path("/russian.txt"), plain = sandbox.path("/plain.txt");
+  std::string names = sandbox.path("/names.txt"), big = sandbox.path("/big.txt"), mixed = sandbox.path("/mixed.txt");
+  std::string sorted = sandbox.path("/sorted.txt"), missing = sandbox.path("/missing.txt");
+  test::write_file(russian, "\xCF\xF0\xE8\xE2\xE5\xF2\n\xFF");  // cp1251 "Привет", "я"
+  test::write_file(plain, "\xCF\xF0\xE8\xE2\xE5\xF2");
+  test::write_file(names, "\xD0\xAF\xD0\xBD\xD0\xB0\nzoe\n\xC3\x89mile\nAnna\n\xD0\x81\xD0\xB6\n");
+  test::write_file(mixed, "\xEF\xBB\xBF\xD0\x96?\xE4\xB8\xAD\xC3\xA9\n");  // BOM, Ж, '?', 中, é
+  test::write_file(sorted, std::string("b\0z\na\n-x\n", 9));
   std::string text;
   for (size_t length : {0, 1, 131071, 131072, 200000, 5, 262150}) {
     for (size_t i = 0; i < length; ++i) text += i % 97 == 3 ? '\0' : (char)('a' + i % 26);
@@ -111,29 +87,31 @@ TEST(EncodingUtils, TextToolKeepsEveryByteAndSaysWhatItLost) {
   }
   text += std::string("last\0line", 9);
   test::write_file(big, text);
-  EXPECT_EQ(0, test::run_tool("text convert --from UTF-8 --to utf8 " + big, &out));
-  EXPECT_TRUE(out == text) << out.size() << " bytes of " << text.size();
-  EXPECT_EQ(0, test::run_tool("text convert --from utf8 --to CP1251 - < " + big, &out));
-  EXPECT_TRUE(out == text);
-
-  std::string mixed = sandbox.path("/mixed.txt");
-  test::write_file(mixed, "\xEF\xBB\xBF\xD0\x96?\xE4\xB8\xAD\xC3\xA9\n");  // BOM, Ж, '?', 中, é
-  EXPECT_EQ(0, test::run_tool("text convert --from Utf8 --to windows-1251 " + mixed, &out));
-  EXPECT_EQ("\xC6???\n", out);
-  EXPECT_EQ(0, test::run_tool("text convert --from utf8 --to cp1251 " + mixed + " 2>&1 >/dev/null; exit $?", &out));
-  EXPECT_EQ("vonautil text: 2 characters could not be converted from utf8 to cp1251 and became '?'\n", out);
-  EXPECT_EQ(1, test::run_tool("text convert --strict --from utf8 --to WIN1251 " + mixed, &out));
-  EXPECT_EQ(0, test::run_tool("text convert --strict --from utf8 --to utf_8 " + mixed, &out));
-  EXPECT_EQ(test::read_file(mixed), out);  // the byte order mark stays for UTF-8
-  EXPECT_EQ(0, test::run_tool("text convert --from cp950 --to EUC-KR - < /dev/null", &out));
-  EXPECT_EQ(0, test::run_tool("text detect --lang russian " + mixed, &out));
-  EXPECT_EQ("utf8\n", out);
-  EXPECT_EQ(2, test::run_tool("text detect --lang klingon " + mixed, &out, true));
-  EXPECT_NE(std::string::npos, out.find("unknown language 'klingon' (known: english, ")) << out;
-  EXPECT_NE(std::string::npos, out.find(", korean)")) << out;
-  EXPECT_EQ(2, test::run_tool("text convert --from utf-9 --to utf8 " + mixed));
-
-  test::write_file(mixed, std::string("b\0z\na\n-x\n", 9));
-  EXPECT_EQ(0, test::run_tool("text sort -- " + mixed, &out));
-  EXPECT_EQ(std::string("-x\na\nb\0z\n", 9), out);
+  test::expect_tool({
+      {"text convert --from cp1251 --to utf8 " + russian, 0,
+       "\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82\n\xD1\x8F", true},
+      {"text convert --to big5 --from utf8 < " + russian, 0, "??????\n?"},  // invalid UTF-8 bytes read as '?'
+      {"text detect --lang russian " + russian, 0, "cp1251\n", true},  // \xFF is undefined in cp1255
+      {"text detect --lang russian " + plain, 0, "cp1255\n", true},
+      {"text detect " + plain, 0, "cp1252\n", true},
+      {"text sort " + names, 0, "Anna\nzoe\n\xD0\x81\xD0\xB6\n\xD0\xAF\xD0\xBD\xD0\xB0\n\xC3\x89mile\n", true},
+      {"text sort -- " + sorted, 0, std::string("-x\na\nb\0z\n", 9), true},
+      {"text convert --from koi8r --to utf8 " + names, 2, ""},
+      {"text convert --from utf8 " + names, 2, ""},
+      {"text shuffle", 2, ""},
+      {"text sort " + missing, 1, "cannot read"},
+      {"text detect " + missing, 1, ""},
+      {"text convert --from UTF-8 --to utf8 " + big, 0, text, true},
+      {"text convert --from utf8 --to CP1251 - < " + big, 0, text, true},
+      {"text convert --from Utf8 --to windows-1251 " + mixed, 0, "\xC6???\n"},
+      {"text convert --from utf8 --to cp1251 " + mixed, 0,
+       "vonautil text: 2 characters could not be converted from utf8 to cp1251 and became '?'\n"},
+      {"text convert --strict --from utf8 --to WIN1251 " + mixed, 1, ""},
+      {"text convert --strict --from utf8 --to utf_8 " + mixed, 0, test::read_file(mixed), true},  // BOM stays
+      {"text convert --from cp950 --to EUC-KR - < /dev/null", 0, "", true},
+      {"text detect --lang russian " + mixed, 0, "utf8\n", true},
+      {"text detect --lang klingon " + mixed, 2, "unknown language 'klingon' (known: english, "},
+      {"text detect --lang klingon " + mixed, 2, ", korean)"},
+      {"text convert --from utf-9 --to utf8 " + mixed, 2, ""},
+  });
 }

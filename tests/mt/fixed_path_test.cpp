@@ -25,16 +25,9 @@ TEST(Assertion, ReportsModuleLineFunctionAndExpression) {
 }
 
 TEST(Tool, ExitStatusesFollowTheConventions) {
-  std::string out;
-  EXPECT_EQ(0, test::run_tool("--help", &out));
-  EXPECT_NE(std::string::npos, out.find("version"));
-  EXPECT_EQ(0, test::run_tool("version", &out));
-  EXPECT_EQ(0u, out.find(std::string("vonautil ") + vonautil_version() + "\n")) << out;
-  EXPECT_EQ(2, test::run_tool("no-such-command"));
-  EXPECT_EQ(2, test::run_tool("version extra"));
-  EXPECT_EQ(2, test::run_tool(""));
-  EXPECT_EQ(0, test::run_tool("demo --help", &out));
-  EXPECT_NE(std::string::npos, out.find("Usage: vonautil demo"));
+  test::expect_tool({{"--help", 0, "version"}, {"version", 0, std::string("vonautil ") + vonautil_version() + "\n"},
+                     {"no-such-command", 2, ""}, {"version extra", 2, ""}, {"", 2, ""},
+                     {"demo --help", 0, "Usage: vonautil demo"}});
 }
 
 // Output that cannot be written fails every command with the reason; --help is an option of a

@@ -35,11 +35,6 @@ std::string upgrader(const gui_skin_upgrader_config* u) {
          " " + std::to_string(u->text_size) + " " + std::to_string(u->short_mode);
 }
 
-testing::AssertionResult Contains(const std::string& text, const std::string& part) {
-  if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
-  return testing::AssertionFailure() << "'" << text << "' lacks '" << part << "'";
-}
-
 class SkinTest : public test::SandboxTest {
  protected:
   ~SkinTest() override { gui_skin_config_free(cfg); }
@@ -102,9 +97,9 @@ TEST_F(SkinTest, AppliesParameterWordsAndLogsThem) {
         "] [gui_skin_config] using setup_hr_color_rgb=0xA0B0C0\n", "] [gui_skin_config] using setup_hr_alpha=0x7F\n",
         "] [gui_skin_config] using setup_hr_width=3\n", "] [gui_skin_config] using show_home_in_path=no\n",
         "] [gui_skin_config] using gui_control_sel_h_shift=-3\n"}) {
-    EXPECT_TRUE(Contains(log, line));
+    EXPECT_CONTAINS(log, line);
   }
-  EXPECT_FALSE(Contains(log, "unrecognized"));
+  EXPECT_FALSE(test::Contains(log, "unrecognized"));
 
   // Over those values: a bad shift resets to 0, a bad width gives 12, an unknown word "setup".
   apply_root(
@@ -117,7 +112,7 @@ TEST_F(SkinTest, AppliesParameterWordsAndLogsThem) {
   apply_root("<show_home_in_path>auto</show_home_in_path>");
   EXPECT_EQ(0, cfg->show_home_in_path);
   EXPECT_TRUE(
-      Contains(apply_root("<colour>red</colour>"), "] [gui_skin_config] warning: unrecognized element 'colour'\n"));
+      test::Contains(apply_root("<colour>red</colour>"), "] [gui_skin_config] warning: unrecognized element 'colour'\n"));
 }
 
 TEST_F(SkinTest, ParamsElementReplacesRootChildrenAsTheSource) {
@@ -139,12 +134,12 @@ TEST_F(SkinTest, ReadsUiTypesAndTextColours) {
       "<color value=\"102030\"/><color index=\"3\" value=\"12345\"/><color index=\"0\" value=\" "
       "FFFFFF\"/></text_colors>");
   EXPECT_EQ(1, ok);
-  EXPECT_TRUE(Contains(params(cfg), "| 1 0 /0"));
+  EXPECT_CONTAINS(params(cfg), "| 1 0 /0");
   for (const char* line :
        {"[gui_skin_config] duplicate ui_type; ignored\n", "[gui_skin_config] invalid ui_type; ignored\n",
         "[gui_skin_config] invalid default ui_type 'folders'; ignored\n",
         "[gui_skin_config] invalid or missing text color value; ignored\n"}) {
-    EXPECT_TRUE(Contains(log, line));
+    EXPECT_CONTAINS(log, line);
   }
   size_t first = log.find("invalid or missing text color index; ignored");
   EXPECT_NE(std::string::npos, log.find("invalid or missing text color index; ignored", first + 1));
@@ -155,7 +150,7 @@ TEST_F(SkinTest, ReadsUiTypesAndTextColours) {
 
   apply_root("<ui_types><ui_type>folders</ui_type><ui_type>plain</ui_type><default>type1</default></ui_types>");
   EXPECT_EQ(1, cfg->default_ui_type_index);
-  EXPECT_TRUE(Contains(apply_root("<ui_types><ui_type>x</ui_type></ui_types>"), "no UI types specified"));
+  EXPECT_CONTAINS(apply_root("<ui_types><ui_type>x</ui_type></ui_types>"), "no UI types specified");
   EXPECT_EQ(0, ok);
 }
 
@@ -179,11 +174,11 @@ TEST_F(SkinTest, ReadsViewListsAndRefusesEmptyOnes) {
        {"[gui_skin_config] bad view 'id'; ignored\n", "[gui_skin_config] bad view type; ignored\n",
         "[gui_skin_config] bad view caption; ignored\n", "[gui_skin_config]: invalid value of view param 'empty'\n",
         "[gui_skin_config] setup_views: invalid default view id 'none'; ignored\n"}) {
-    EXPECT_TRUE(Contains(log, line));
+    EXPECT_CONTAINS(log, line);
   }
 
   // An empty list element fails the update at once.
-  EXPECT_TRUE(Contains(apply("<skin><root_views/><colour/></skin>"), "] [gui_skin_config] no root_views specified\n"));
+  EXPECT_CONTAINS(apply("<skin><root_views/><colour/></skin>"), "] [gui_skin_config] no root_views specified\n");
   EXPECT_EQ(0, ok);
   EXPECT_EQ("", views(cfg->root_views));
 
@@ -196,7 +191,7 @@ TEST_F(SkinTest, ReadsViewListsAndRefusesEmptyOnes) {
       "</view></root_views><setup_views><view><id>s</id><caption>S</caption><type>list</type></view>"
       "</setup_views></skin>");
   EXPECT_EQ(0, ok);
-  EXPECT_TRUE(Contains(log, "] [gui_skin_config] no folder views specified\n"));
+  EXPECT_CONTAINS(log, "] [gui_skin_config] no folder views specified\n");
   EXPECT_EQ("5 r/R/0;", std::to_string(cfg->setup_hr_width) + " " + views(cfg->root_views));
   // A second file over a complete record replaces only the lists it names.
   apply_root("");
@@ -211,7 +206,7 @@ TEST_F(SkinTest, ReadsTheUpgraderScreen) {
       "<upgrader><progress image=\"p.png\"/><title font=\"t.ttf\"/><text font=\"x.ttf\"/></upgrader>"
       "<upgrader><progress/></upgrader>");
   EXPECT_EQ(1, ok);
-  EXPECT_TRUE(Contains(log, "[gui_skin_config] Warning: duplicate upgrader element; ignored\n"));
+  EXPECT_CONTAINS(log, "[gui_skin_config] Warning: duplicate upgrader element; ignored\n");
   ASSERT_NE(nullptr, cfg->upgrader);
   EXPECT_EQ("bg.jpg p.png 4 t.ttf 72 200 x.ttf 48 0", upgrader(cfg->upgrader));
   apply_root(
@@ -219,49 +214,43 @@ TEST_F(SkinTest, ReadsTheUpgraderScreen) {
       "<text font=\"X\" size=\"20\"/><short_mode value=\"yes\"/></upgrader>");
   EXPECT_EQ("b.png q.png 0 T 1 9 X 20 1", upgrader(cfg->upgrader));
 
-  const char* const complete = "<progress image=\"p\"/><title font=\"t\"/><text font=\"x\"/>";
+  // Each row replaces one element of a complete screen.
+  const std::string complete = "<progress image=\"p\"/><title font=\"t\"/><text font=\"x\"/>";
   struct Case {
-    std::string body;
-    const char* message;
+    const char *element, *replacement, *message;
   } cases[] = {
-      {"<title font=\"t\"/><text font=\"x\"/>", "Error: required 'progress' element missing"},
-      {"<progress/><title font=\"t\"/><text font=\"x\"/>",
-       "Error: required 'image' attribute of 'progress' element missing"},
-      {"<progress image=\"p\" border=\"-1\"/><title font=\"t\"/><text font=\"x\"/>",
-       "Error: invalid value -1 of 'border' attribute of 'progress' element"},
-      {"<progress image=\"p\"/><text font=\"x\"/>", "Error: required 'title' element missing"},
-      {"<progress image=\"p\"/><title/><text font=\"x\"/>",
-       "Error: required 'font' attribute of 'title' element missing"},
-      {"<progress image=\"p\"/><title font=\"t\" size=\"0\"/><text font=\"x\"/>",
-       "Error: invalid value 0 of 'size' attribute of 'title' element"},
-      {"<progress image=\"p\"/><title font=\"t\" y=\"x\"/><text font=\"x\"/>",
-       "Error: invalid value x of 'size' attribute of 'title' element"},
-      {"<progress image=\"p\"/><title font=\"t\"/>", "Error: required 'text' element missing"},
-      {"<progress image=\"p\"/><title font=\"t\"/><text/>",
-       "Error: required 'font' attribute of 'text' element missing"},
-      {"<progress image=\"p\"/><title font=\"t\"/><text font=\"x\" size=\"0\"/>",
-       "Error: invalid value 0 of 'size' attribute of 'text' element"},
-      {std::string(complete) + "<short_mode value=\"on\"/>", nullptr},
+      {"<progress image=\"p\"/>", "", "required 'progress' element missing"},
+      {"<progress image=\"p\"/>", "<progress/>", "required 'image' attribute of 'progress' element missing"},
+      {"<progress image=\"p\"/>", "<progress image=\"p\" border=\"-1\"/>",
+       "invalid value -1 of 'border' attribute of 'progress' element"},
+      {"<title font=\"t\"/>", "", "required 'title' element missing"},
+      {"<title font=\"t\"/>", "<title/>", "required 'font' attribute of 'title' element missing"},
+      {"<title font=\"t\"/>", "<title font=\"t\" size=\"0\"/>", "invalid value 0 of 'size' attribute of 'title' element"},
+      {"<title font=\"t\"/>", "<title font=\"t\" y=\"x\"/>", "invalid value x of 'size' attribute of 'title' element"},
+      {"<text font=\"x\"/>", "", "required 'text' element missing"},
+      {"<text font=\"x\"/>", "<text/>", "required 'font' attribute of 'text' element missing"},
+      {"<text font=\"x\"/>", "<text font=\"x\" size=\"0\"/>", "invalid value 0 of 'size' attribute of 'text' element"},
+      {"<text font=\"x\"/>", "<text font=\"x\"/><short_mode value=\"on\"/>", nullptr},
   };
   for (const Case& c : cases) {
-    log = apply_root("<upgrader>" + c.body + "</upgrader>");
-    EXPECT_EQ(c.message == nullptr, ok) << c.body;
-    if (c.message) {
-      EXPECT_TRUE(Contains(log, std::string("] [gui_skin_config] ") + c.message + "\n"));
-    }
+    std::string body = complete;
+    body.replace(body.find(c.element), strlen(c.element), c.replacement);
+    log = apply_root("<upgrader>" + body + "</upgrader>");
+    EXPECT_EQ(c.message == nullptr, ok) << body;
+    EXPECT_CONTAINS(log, c.message ? std::string("] [gui_skin_config] Error: ") + c.message + "\n" : "");
   }
   EXPECT_EQ("bg.jpg p 4 t 72 200 x 48 0", upgrader(cfg->upgrader));  // refused ones left it alone
 }
 
 TEST_F(SkinTest, RefusesFilesThatCannotBeReadOrParsed) {
   std::string missing = sandbox.path("/none.xml");
-  EXPECT_TRUE(Contains(
+  EXPECT_CONTAINS(
       test::captured_stderr([&] { EXPECT_EQ(0, gui_skin_config_create_from_file(cfg, missing.c_str())); }),
-      "] [gui_skin_config] failed to read GUI skin config from '" + missing + "': No such file or directory\n"));
-  EXPECT_TRUE(Contains(apply(" \n"), "] [gui_skin_config] failed to create XML document\n"));
-  EXPECT_TRUE(Contains(apply("<skin>\n<a></b></skin>"),
-                       "] [gui_skin_config] parse error: id=8, row=2, col=4, descr: Error reading end tag.\n"));
-  EXPECT_TRUE(Contains(apply("<!-- nothing -->"), "] [gui_skin_config] failed to get root XML element\n"));
+      "] [gui_skin_config] failed to read GUI skin config from '" + missing + "': No such file or directory\n");
+  EXPECT_CONTAINS(apply(" \n"), "] [gui_skin_config] failed to create XML document\n");
+  EXPECT_CONTAINS(apply("<skin>\n<a></b></skin>"),
+                       "] [gui_skin_config] parse error: id=8, row=2, col=4, descr: Error reading end tag.\n");
+  EXPECT_CONTAINS(apply("<!-- nothing -->"), "] [gui_skin_config] failed to get root XML element\n");
   EXPECT_EQ(0, ok);
   EXPECT_EQ(0, cfg->root_views->num_items);
 }
@@ -282,24 +271,18 @@ TEST_F(SkinTest, ToolChecksSkinsAndXmlFiles) {
   std::string good = sandbox.path("/good.xml"), refused = sandbox.path("/refused.xml");
   test::write_file(good, std::string("<skin><setup_hr_width>3</setup_hr_width>") + kViews + "</skin>");
   test::write_file(refused, "<skin><root_views/></skin>");
-  std::string output;
-  EXPECT_EQ(0, test::run_tool("skin check " + good, &output));
-  EXPECT_TRUE(Contains(output, "  [gui_skin_config] using setup_hr_width=3\n  => applied\n"));
-  EXPECT_TRUE(Contains(output, "root_views (default 0):\n  id='r' caption='Root' type=list\n"));
-  EXPECT_EQ(1, test::run_tool("skin check " + good + " " + refused, &output));
-  EXPECT_TRUE(Contains(output, "  [gui_skin_config] no root_views specified\n  => REFUSED\n"));
-  EXPECT_EQ(1, test::run_tool("skin check " + good + " " + sandbox.path("/none.xml"), &output, true));
-  EXPECT_EQ("vonautil skin: cannot read '" + sandbox.path("/none.xml") + "': No such file or directory\n", output);
-  EXPECT_EQ(2, test::run_tool("skin list " + good));
-
-  EXPECT_EQ(0, test::run_tool("xml check " + good + " skin", &output));
-  EXPECT_EQ("root element <skin>\n", output);
-  EXPECT_EQ(1, test::run_tool("xml check " + good + " list", &output));
-  EXPECT_EQ("error: Root element \"skin\" found instead of \"list\".\n", output);
-  test::write_file(refused, "<a>\n<b x=1></a>");
-  EXPECT_EQ(1, test::run_tool("xml check " + refused, &output));
-  EXPECT_TRUE(Contains(output, "error: Unable to parse XML at line 2, col"));
-  EXPECT_EQ(1, test::run_tool("xml check " + sandbox.root(), &output, true));
-  EXPECT_TRUE(Contains(output, "not a regular file"));
-  EXPECT_EQ(2, test::run_tool("xml check a b c"));
+  const std::string none = sandbox.path("/none.xml"), bad = sandbox.path("/bad.xml");
+  test::write_file(bad, "<a>\n<b x=1></a>");
+  test::expect_tool({
+      {"skin check " + good, 0, "  [gui_skin_config] using setup_hr_width=3\n  => applied\n"},
+      {"skin check " + good, 0, "root_views (default 0):\n  id='r' caption='Root' type=list\n"},
+      {"skin check " + good + " " + refused, 1, "  [gui_skin_config] no root_views specified\n  => REFUSED\n"},
+      {"skin check " + good + " " + none, 1, "vonautil skin: cannot read '" + none + "': No such file or directory\n"},
+      {"skin list " + good, 2, ""},
+      {"xml check " + good + " skin", 0, "root element <skin>\n"},
+      {"xml check " + good + " list", 1, "error: Root element \"skin\" found instead of \"list\".\n"},
+      {"xml check " + bad, 1, "error: Unable to parse XML at line 2, col"},
+      {"xml check " + sandbox.root(), 1, "not a regular file"},
+      {"xml check a b c", 2, ""},
+  });
 }

@@ -8,21 +8,6 @@
 
 namespace {
 
-// The messages of log text, without the line prefixes "[PID] [tTHREAD] [YYYY-MM-DD hh:mm:ss.uuuuuu] ".
-std::string messages(const std::string& text) {
-  std::string result;
-  for (size_t i = 0; i < text.size();) {
-    unsigned long id;
-    int n = 0;
-    const char* p = text.c_str() + i;
-    if (*p == '[' && sscanf(p, "[%lu] [t%lu] [%*d-%*d-%*d %*d:%*d:%*d.%*d]%n", &id, &id, &n) == 2 && n && p[n] == ' ')
-      i += n + 1;
-    else
-      result += text[i++];
-  }
-  return result;
-}
-
 // Whether `text` shows at `pos` the UTC time of a second between `before` and `after`.
 bool stamped_at(const std::string& text, size_t pos, const char* format, time_t before, time_t after) {
   for (time_t t = before; t <= after; t++) {
@@ -45,7 +30,7 @@ std::string with_stderr_in(const std::string& file, const std::function<void()>&
   dup2(err, 2);
   close(out);
   close(err);
-  return messages(test::read_file(file));
+  return test::log_messages(test::read_file(file));
 }
 
 bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
@@ -95,7 +80,7 @@ TEST(Log, LinesCarryPidThreadUtcTimeAndTheWholeMessage) {
   log_perror("x");
   log_print_args(2, argv);
   EXPECT_EQ(long_text + "\nx: No such file or directory\n\nargv[0] = 'a'\nargv[1] = 'b c'\n",
-            messages(testing::internal::GetCapturedStderr()));
+            test::log_messages(testing::internal::GetCapturedStderr()));
 }
 
 class LogFile : public test::SandboxTest {
@@ -112,7 +97,7 @@ class LogFile : public test::SandboxTest {
   }
   // What reached standard error before the redirection.
   std::string redirected(const std::function<void()>& body) { return with_stderr_in(dir + ".err", body); }
-  std::string logged(const std::string& suffix = "") { return messages(test::read_file(path + suffix)); }
+  std::string logged(const std::string& suffix = "") { return test::log_messages(test::read_file(path + suffix)); }
   std::string dir, path;
   const std::string kStarted = "***** log_redirect_to_file() succeeded *****\n\n\n\n";
 };

@@ -188,14 +188,10 @@ TEST(PathUtils, RelatesAbsolutePathsAndAppliesTheResult) {
 }
 
 TEST(PathUtils, ToolRelatesAndResolves) {
-  std::string out;
-  EXPECT_EQ(0, test::run_tool("path rel /a/b /a/c/d", &out));
-  EXPECT_EQ("../c/d\n", out);
-  EXPECT_EQ(1, test::run_tool("path rel a /a"));
-  EXPECT_EQ(0, test::run_tool("path resolve ../x http://h/a/b", &out));
-  EXPECT_EQ("http://h/a/x\n", out);
-  EXPECT_EQ(0, test::run_tool("path resolve ../../../x /mnt/d /mnt", &out));
-  EXPECT_EQ("/mnt/x\n", out);
-  EXPECT_EQ(2, test::run_tool("path rel /a"));
-  EXPECT_EQ(2, test::run_tool("path frobnicate"));
+  test::expect_tool({{"path rel /a/b /a/c/d", 0, "../c/d\n", true},
+                     {"path rel a /a", 1, ""},
+                     {"path resolve ../x http://h/a/b", 0, "http://h/a/x\n", true},
+                     {"path resolve ../../../x /mnt/d /mnt", 0, "/mnt/x\n", true},
+                     {"path rel /a", 2, ""},
+                     {"path frobnicate", 2, ""}});
 }

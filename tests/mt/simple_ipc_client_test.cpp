@@ -11,8 +11,6 @@
 
 namespace {
 
-#define EXPECT_LOGGED(log, part) EXPECT_NE(std::string::npos, (log).find(part)) << (log)
-
 class SimpleIpcClient : public test::SandboxTest {
  protected:
   void SetUp() override {
@@ -25,16 +23,15 @@ class SimpleIpcClient : public test::SandboxTest {
 
   // A server process that answers the first request it gets with the properties text.
   pid_t answer_next_request(const char* answer) {
-    pid_t pid = fork();
-    if (pid != 0) return pid;
-    simple_ipc_server* server = simple_ipc_server_create("player");
-    for (int i = 0; i < 5000 && simple_ipc_server_get_num_requests(server) == 0; ++i, usleep(1000)) {
-      simple_ipc_server_look_for_new_requests(server);
-    }
-    properties* response = properties_create_empty();
-    properties_build_from_buffer(response, answer);
-    simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), response);
-    _exit(0);
+    return test::spawn([answer] {
+      simple_ipc_server* server = simple_ipc_server_create("player");
+      while (simple_ipc_server_look_for_new_requests(server), simple_ipc_server_get_num_requests(server) == 0)
+        usleep(1000);
+      properties* response = properties_create_empty();
+      properties_build_from_buffer(response, answer);
+      simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), response);
+      return 0;
+    }, 10);
   }
 
   std::string dir = sandbox.path("/tmp/run/ipc__player");
@@ -47,7 +44,7 @@ void count_heartbeat() { ++heartbeats; }
 TEST_F(SimpleIpcClient, SendsRequestFilesAndTakesTheirAnswers) {
   ASSERT_NE(nullptr, client);
   EXPECT_EQ(dir, client->dir_path);
-  EXPECT_LOGGED(test::captured_stderr([] { EXPECT_EQ(nullptr, simple_ipc_create_and_connect("nobody")); }),
+  EXPECT_CONTAINS(test::captured_stderr([] { EXPECT_EQ(nullptr, simple_ipc_create_and_connect("nobody")); }),
                 "] [simple_ipc_client] failed to connect to server 'nobody': dir not exist\n");
   EXPECT_DEATH(simple_ipc_create_and_connect(nullptr),
                test::assertion_report("player/src/util/mt/simple_ipc_client", 0, "simple_ipc_create", "server_id"));
@@ -98,7 +95,7 @@ TEST_F(SimpleIpcClient, RemovingOldResponsesTakesEveryClientsAnswers) {
   EXPECT_TRUE(exists("res") && exists("b.1-2.res.tmp") && exists("c.2-1.cmd") && exists(std::string(my_id) + ".cmd"));
   simple_ipc_disconnect_and_destroy(other);
   FS_remove_recursively_if_exists(dir.c_str());
-  EXPECT_LOGGED(test::captured_stderr([&] { simple_ipc_remove_all_responses(client); }),
+  EXPECT_CONTAINS(test::captured_stderr([&] { simple_ipc_remove_all_responses(client); }),
                 "[simple_ipc_client] scandir(" + dir + ") failed: No such file or directory\n");
 }
 
@@ -128,13 +125,13 @@ TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerAndJudgesItsStatus) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(c.status, vona::simple_ipc_exchange(client, "[network_ipc]", "mount", nullptr, &response));
     std::string log = testing::internal::GetCapturedStderr();
-    waitpid(server, nullptr, 0);
+    EXPECT_EQ(0, test::exit_status(server));
     ASSERT_NE(nullptr, response);
     EXPECT_EQ(c.answer, test::take_string(properties_save_to_buffer(response)));
     EXPECT_GE(heartbeats, 1);
-    EXPECT_LOGGED(log, "] [network_ipc] request 'mount." + std::to_string(getpid()));
-    EXPECT_LOGGED(log, "' is sent; waiting response\n");
-    EXPECT_LOGGED(log, std::string("' finished (") + c.verdict + ")\n");
+    EXPECT_CONTAINS(log, "] [network_ipc] request 'mount." + std::to_string(getpid()));
+    EXPECT_CONTAINS(log, "' is sent; waiting response\n");
+    EXPECT_CONTAINS(log, std::string("' finished (") + c.verdict + ")\n");
     EXPECT_FALSE(exists("stale.9-9.res"));
     properties_free(response);
   }
@@ -147,7 +144,7 @@ TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerAndJudgesItsStatus) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(SIMPLE_IPC_STATUS_TIMED_OUT, vona::simple_ipc_exchange(client, "[storage_ipc]", "eject", nullptr,
                                                                    &response, vona::SimpleIpcWait{300000, 10000}));
-  EXPECT_LOGGED(testing::internal::GetCapturedStderr(), "' timed out\n");
+  EXPECT_CONTAINS(testing::internal::GetCapturedStderr(), "' timed out\n");
   EXPECT_EQ(nullptr, response);
   EXPECT_GE(heartbeats, 1);
   EXPECT_LE(heartbeats, 31);
@@ -161,26 +158,21 @@ TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerAndJudgesItsStatus) {
   FS_remove_recursively_if_exists(dir.c_str());
   EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, vona::simple_ipc_exchange(client, "[storage_ipc]", "eject", nullptr, nullptr));
   std::string log = testing::internal::GetCapturedStderr();
-  EXPECT_LOGGED(log, "] [storage_ipc] command 'eject' failed: ipc not opened\n");
-  EXPECT_LOGGED(log, "] [storage_ipc] failed to send request 'eject'\n");
+  EXPECT_CONTAINS(log, "] [storage_ipc] command 'eject' failed: ipc not opened\n");
+  EXPECT_CONTAINS(log, "] [storage_ipc] failed to send request 'eject'\n");
 }
 
 TEST_F(SimpleIpcClient, ToolServesAndSendsWithTheStatusAsExitStatus) {
   for (const char* status : {"ok", "busy"}) {
-    pid_t server = fork();
-    if (server == 0) {
-      freopen("/dev/null", "w", stderr);
+    pid_t server = test::spawn([status] {
       // Through the shell, as run_tool does: a cross-built tool starts under its emulator.
-      execl("/bin/sh", "sh", "-c", "exec " VONAUTIL_TOOL " ipc serve player --status \"$0\"", status, (char*)nullptr);
-      _exit(127);
-    }
+      return execl("/bin/sh", "sh", "-c", "exec " VONAUTIL_TOOL " ipc serve player --status \"$0\"", status, nullptr);
+    });
     std::string out;
     EXPECT_EQ(strcmp(status, "ok") == 0 ? 0 : 1, test::run_tool("ipc send player mount id=3 dir=/a", &out));
     EXPECT_EQ("status = " + std::string(status), out.substr(0, out.find('\n')));
     kill(server, SIGTERM);
-    int exit_status = -1;
-    waitpid(server, &exit_status, 0);
-    EXPECT_TRUE(WIFEXITED(exit_status) && WEXITSTATUS(exit_status) == 0);
+    EXPECT_EQ(0, test::exit_status(server));
   }
   EXPECT_EQ(1, test::run_tool("ipc send nobody mount"));
   EXPECT_EQ(2, test::run_tool("ipc send player mount novalue"));

@@ -190,18 +190,20 @@ TEST_F(Translation, AnalysisAgainstAReferenceAndIteration) {
 
 TEST_F(Translation, ToolChecksGetsAndCounts) {
   std::string english = file("title = Title\nsize__1 = %s MB\n", "en.txt");
-  std::string german = file("title = Titel\nsize__1 = MB\n\nextra = x\n", "de.txt"), none = sandbox.path("/none"), out;
-  EXPECT_EQ(0, test::run_tool("translation check " + english, &out));
-  EXPECT_EQ(1, test::run_tool("translation check " + german + " --reference " + english, &out));
-  EXPECT_EQ(german + ":2: Key \"size__1\": Wrong number of \"%s\": 0 instead of 1.\n" + german +
-            ":4: Unknown key found: \"extra\".\n" + german + ": 1 error, 1 warning\n", out);
-  EXPECT_EQ(0, test::run_tool("translation get " + english + " title size__1", &out));
-  EXPECT_EQ("Title\n%s MB\n", out);
-  EXPECT_EQ(0, test::run_tool("translation stats " + english, &out));
-  EXPECT_EQ("entries: 2\nnot translated: 0\ncollisions: 0 (0%)\nlongest bucket: 1\n", out);
-  for (std::string failing : {"get " + english + " nope", "get " + german + " title", "stats " + none, "check " + none}) {
-    EXPECT_EQ(1, test::run_tool("translation " + failing)) << failing;
-  }
-  EXPECT_EQ(2, test::run_tool("translation check"));
-  EXPECT_EQ(2, test::run_tool("translation frob x"));
+  std::string german = file("title = Titel\nsize__1 = MB\n\nextra = x\n", "de.txt"), none = sandbox.path("/none");
+  test::expect_tool({
+      {"translation check " + english, 0, ": no problems"},
+      {"translation check " + german + " --reference " + english, 1,
+       german + ":2: Key \"size__1\": Wrong number of \"%s\": 0 instead of 1.\n" + german +
+           ":4: Unknown key found: \"extra\".\n" + german + ": 1 error, 1 warning\n",
+       true},
+      {"translation get " + english + " title size__1", 0, "Title\n%s MB\n", true},
+      {"translation stats " + english, 0, "entries: 2\nnot translated: 0\ncollisions: 0 (0%)\nlongest bucket: 1\n", true},
+      {"translation get " + english + " nope", 1, ""},
+      {"translation get " + german + " title", 1, ""},
+      {"translation stats " + none, 1, ""},
+      {"translation check " + none, 1, ""},
+      {"translation check", 2, ""},
+      {"translation frob x", 2, ""},
+  });
 }

@@ -218,15 +218,14 @@ TEST(UrlType, ReplacesTheBaseUrlKeepingSwfParameters) {
 }
 
 TEST(UrlType, ToolClassifiesAndParses) {
-  std::string out;
-  EXPECT_EQ(0, test::run_tool("url classify 'Holiday.MKV' 'http://h/x.m3u8?a=1' 'notes.nfo'", &out));
-  EXPECT_EQ("Holiday.MKV: media video\nhttp://h/x.m3u8?a=1: http hls\nnotes.nfo: -\n", out);
-  EXPECT_EQ(0, test::run_tool("url parse 'smb://nas/media/a.mkv'", &out));
-  EXPECT_EQ("protocol: smb\nhost: nas\npath: /media/a.mkv\n", out);
-  EXPECT_EQ(0, test::run_tool("url parse 'extplayer://{cmd=play}{arg=a\\}b}'", &out));
-  EXPECT_EQ("cmd = play\narg = a}b\n", out);
-  EXPECT_EQ(1, test::run_tool("url parse 'extplayer://{cmd'"));
-  EXPECT_EQ(1, test::run_tool("url parse /tmp/a"));
-  EXPECT_EQ(2, test::run_tool("url classify"));
-  EXPECT_EQ(2, test::run_tool("url parse a b"));
+  test::expect_tool({
+      {"url classify 'Holiday.MKV' 'http://h/x.m3u8?a=1' 'notes.nfo'", 0,
+       "Holiday.MKV: media video\nhttp://h/x.m3u8?a=1: http hls\nnotes.nfo: -\n", true},
+      {"url parse 'smb://nas/media/a.mkv'", 0, "protocol: smb\nhost: nas\npath: /media/a.mkv\n", true},
+      {"url parse 'extplayer://{cmd=play}{arg=a\\}b}'", 0, "cmd = play\narg = a}b\n", true},
+      {"url parse 'extplayer://{cmd'", 1, ""},
+      {"url parse /tmp/a", 1, ""},
+      {"url classify", 2, ""},
+      {"url parse a b", 2, ""},
+  });
 }

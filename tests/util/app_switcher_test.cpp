@@ -27,18 +27,12 @@ std::string listed() {
   return text;
 }
 
-string_array* args(std::initializer_list<const char*> items) {
-  string_array* sa = string_array_create_empty();
-  for (const char* item : items) string_array_add(sa, item);
-  return sa;
-}
-
 TEST_F(AppSwitcher, SavesBlocksAndReadsThemBack) {
   app_switcher_save_cmd_list();  // the list was never created: no file
   EXPECT_NE(0, access(path.c_str(), F_OK));
-  app_switcher_add_last_cmd("media", args({"--url", "x y"}));
+  app_switcher_add_last_cmd("media", test::string_array_of({"--url", "x y"}));
   app_switcher_add_first_cmd("browser", nullptr);
-  app_switcher_add_last_cmd("cut", args({"", "after"}));
+  app_switcher_add_last_cmd("cut", test::string_array_of({"", "after"}));
   app_switcher_save_cmd_list();
   EXPECT_EQ("browser\n\nmedia\n--url\nx y\n\ncut\n\nafter\n\n", test::read_file(path));
   EXPECT_NE(0, access((path + ".tmp").c_str(), F_OK));

@@ -346,17 +346,16 @@ TEST_F(FirmwareTool, InspectAndName) {
                          "filler:       "))
       << out;
   EXPECT_NE(std::string::npos, out.find("body:         3 bytes, checksum 0x00000102\n")) << out;
-  test::write_file(path, std::string(header, sizeof header) + "\x01");
-  EXPECT_EQ(1, test::run_tool("fw inspect " + path, &out, true));
-  EXPECT_NE(std::string::npos, out.find("the header gives a body of 3 bytes, the file holds 1")) << out;
-  test::write_file(path, std::string(600, 'x'));
-  EXPECT_EQ(1, test::run_tool("fw inspect " + path, &out, true));
-  EXPECT_NE(std::string::npos, out.find("is not a firmware file")) << out;
-
-  EXPECT_EQ(0, test::run_tool("fw name VONA_FIRMWARE_x_1.DFF", &out));
-  EXPECT_EQ("'VONA_FIRMWARE_x_1.DFF' is a firmware file name\n", out);
-  EXPECT_EQ(1, test::run_tool("fw name vona_firmware_x_1.dff y", &out));
-  EXPECT_EQ("'vona_firmware_x_1.dff' is not a firmware file name for product id prefix 'y'\n", out);
-  EXPECT_EQ(2, test::run_tool("fw name", &out));
-  EXPECT_EQ(2, test::run_tool("fw unpack x", &out));
+  std::string cut = sandbox.path("/cut.dff"), other = sandbox.path("/other.dff");
+  test::write_file(cut, std::string(header, sizeof header) + "\x01");
+  test::write_file(other, std::string(600, 'x'));
+  test::expect_tool({
+      {"fw inspect " + cut, 1, "the header gives a body of 3 bytes, the file holds 1"},
+      {"fw inspect " + other, 1, "is not a firmware file"},
+      {"fw name VONA_FIRMWARE_x_1.DFF", 0, "'VONA_FIRMWARE_x_1.DFF' is a firmware file name\n", true},
+      {"fw name vona_firmware_x_1.dff y", 1,
+       "'vona_firmware_x_1.dff' is not a firmware file name for product id prefix 'y'\n", true},
+      {"fw name", 2, ""},
+      {"fw unpack x", 2, ""},
+  });
 }

@@ -28,14 +28,6 @@ std::string saved(const char* path = nullptr) {
   return text;
 }
 
-// The log's lines without their process, thread and time stamps.
-std::string log_messages(const std::string& log) {
-  std::string messages, line;
-  std::istringstream in(log);
-  while (std::getline(in, line)) messages += line.substr(line.find("] ", line.find("] ", line.find("] ") + 2) + 2) + 2) + "\n";
-  return messages;
-}
-
 int video_output = -1, subtitles = -1, volume = -1, other = -1;
 char* device_name = nullptr;
 
@@ -84,7 +76,7 @@ TEST(GenericSetupModel, SettingsAreReadAppliedAndWrittenBackForTheNextFirmware) 
   EXPECT_EQ(0, invoke_apply_setting_handler("not_declared", "1"));
   EXPECT_EQ("[GSetupApplyHandler] applying volume => 30\n[GSetupApplyHandler] not allowed for 'video_output\n"
             "[GSetupApplyHandler] applying device_name => Living room\n",
-            log_messages(testing::internal::GetCapturedStderr()));
+            test::log_messages(testing::internal::GetCapturedStderr()));
   EXPECT_EQ("0 0 30 Living room", values());
 
   // Written back through the atomic save (the enumeration at its default is left out) and read

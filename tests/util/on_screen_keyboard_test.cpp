@@ -229,13 +229,13 @@ TEST(OnScreenKeyboard, ToolChecksDumpsAndDraws) {
   std::string en = kLayoutsDir + "/vona_keyboard_en.txt";
   std::string broken = sandbox.path("/broken.txt");
   test::write_file(broken, "(en) (bs)\n[a] [bc [d]\nname = x\n");
+  test::expect_tool({{"osk check " + en, 0, en + ": ok, 15 x 5\n", true},
+                     {"osk check " + en + " " + broken, 1, broken + ": ']' expected at row 1, col 2; char U+005B found."},
+                     {"osk check", 2, ""},
+                     {"osk dump --lang y", 1, ""},
+                     {"osk render " + broken, 1, ""},
+                     {"osk render " + en + " -o", 2, ""}});
   std::string out;
-  EXPECT_EQ(test::run_tool("osk check " + en, &out), 0);
-  EXPECT_EQ(out, en + ": ok, 15 x 5\n");
-  EXPECT_EQ(test::run_tool("osk check " + en + " " + broken, &out, true), 1);
-  EXPECT_NE(out.find(broken + ": ']' expected at row 1, col 2; char U+005B found."), std::string::npos) << out;
-  EXPECT_EQ(test::run_tool("osk check", &out), 2);
-
   EXPECT_EQ(test::run_tool("osk dump " + en, &out), 0);
   Layout shipped(test::read_file(en));
   EXPECT_EQ(out, dump(&shipped.layout));
@@ -244,7 +244,6 @@ TEST(OnScreenKeyboard, ToolChecksDumpsAndDraws) {
   std::string by_language;
   EXPECT_EQ(test::run_tool("osk dump --lang x", &by_language), 0);
   EXPECT_EQ(by_language, out);
-  EXPECT_EQ(test::run_tool("osk dump --lang y"), 1);
 
   for (const char* bad : {"<svg><g></svg></g>", "<svg a=b/>", "<svg>&x;</svg>", "<svg/><svg/>", "<svg>\x01</svg>"}) {
     EXPECT_FALSE(well_formed_xml(bad)) << bad;
@@ -270,8 +269,6 @@ TEST(OnScreenKeyboard, ToolChecksDumpsAndDraws) {
   EXPECT_NE(picture.find("width=\"442\" height=\"58\" rx=\"6\"/>\n<text x=\"496\" y=\"340\" font-size=\"13\">Space</text>"),
             std::string::npos);  // the space bar spans seven columns and shows its caption
   EXPECT_NE(picture.find(">&quot;</text>"), std::string::npos);
-  EXPECT_EQ(test::run_tool("osk render " + broken), 1);
-  EXPECT_EQ(test::run_tool("osk render " + en + " -o"), 2);
 }
 
 }  // namespace

@@ -9,8 +9,6 @@
 
 namespace {
 
-#define EXPECT_LOGGED(log, part) EXPECT_NE(std::string::npos, (log).find(part)) << (log)
-
 class TopLevelCommand : public test::SandboxTest {
  protected:
   void SetUp() override { test::make_dirs(sandbox.path("/tmp/run")); }
@@ -27,7 +25,7 @@ properties* command(const char* text) {
 
 TEST_F(TopLevelCommand, PublishesThroughATemporaryFile) {
   std::string set = test::captured_stderr([] { EXPECT_EQ(1, top_level_command_set(command("cmd = x\nurl = y\n"))); });
-  EXPECT_LOGGED(set, "] [top_level_command] SET command\n");
+  EXPECT_CONTAINS(set, "] [top_level_command] SET command\n");
   EXPECT_EQ("cmd = x\nurl = y\n", published());
   EXPECT_NE(0, access((path + ".tmp").c_str(), F_OK));
   EXPECT_TRUE(top_level_command_is_set());
@@ -52,8 +50,8 @@ TEST_F(TopLevelCommand, PublishesThroughATemporaryFile) {
   FS_remove_recursively_if_exists(sandbox.path("/tmp/run").c_str());
   EXPECT_EQ(0, top_level_command_set(command("a = 1\n")));
   std::string log = testing::internal::GetCapturedStderr();
-  EXPECT_LOGGED(log, "] [top_level_command] rename(" + path + ".tmp, " + path + ") failed: ");
-  EXPECT_LOGGED(log, "] [top_level_command] write(" + path + ".tmp) failed: No such file or directory\n");
+  EXPECT_CONTAINS(log, "] [top_level_command] rename(" + path + ".tmp, " + path + ") failed: ");
+  EXPECT_CONTAINS(log, "] [top_level_command] write(" + path + ".tmp) failed: No such file or directory\n");
 }
 
 TEST_F(TopLevelCommand, RemoteKeysPublishTheirCommands) {
@@ -61,7 +59,7 @@ TEST_F(TopLevelCommand, RemoteKeysPublishTheirCommands) {
   EXPECT_EQ("cmd_name = launch_ktv\nmode = tv\n", published());
   EXPECT_EQ(1, top_level_command_set_for_rmkey(225));
   EXPECT_EQ("plugin_name = shell_ext\nplugin_ep_media_url = recent\nplugin_action_id = recent\n", published());
-  EXPECT_LOGGED(test::captured_stderr([] { EXPECT_EQ(0, top_level_command_cleanup()); }),
+  EXPECT_CONTAINS(test::captured_stderr([] { EXPECT_EQ(0, top_level_command_cleanup()); }),
                 "] [top_level_command] CLEANUP command\n");
   for (int key : {100, 209, 226}) EXPECT_EQ(0, top_level_command_set_for_rmkey(key)) << key;
   EXPECT_FALSE(pending());
