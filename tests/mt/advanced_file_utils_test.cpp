@@ -259,6 +259,9 @@ TEST_F(AdvancedFileUtilsTest, CopyFileReportsEachFailure) {
   EXPECT_EQ(test::read_file(at("big")), test::read_file(big));
   EXPECT_EQ(FS_copy_file(at("src/fifo").c_str(), at("big").c_str()), 0);  // a FIFO without writer: empty
   EXPECT_EQ(test::read_file(at("big")), "");
+  // A file that reports the size 0 but holds text (as /proc files do) is read, not taken as empty.
+  EXPECT_EQ(FS_copy_recursively("/proc/version", at("mounts").c_str(), 0, 0), 1);
+  EXPECT_NE(test::read_file(at("mounts")), "");
   struct {
     std::string from, to;
     int error;
