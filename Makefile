@@ -4,14 +4,15 @@
 #   make test   install what is missing, build everything, run the whole test suite
 # and, for CI and developers:
 #   make sanitize   the suite once more, built with AddressSanitizer and UndefinedBehaviorSanitizer
-#   make bench      build and run the benchmarks (results are ratios to a peer in the same run)
+#   make bench      build and run the benchmarks (results are ratios to a peer in the same run) and
+#                   the whole-process comparisons; make bench-report puts them into docs/PERFORMANCE.md
 #   make test-armhf cross-build for 32-bit ARM (installing the cross tools as root) and run the
 #                   suite under qemu-arm
 #   make fuzz       build the fuzz targets with clang, libFuzzer, ASan and UBSan and run each from its
 #                   committed seed corpus (fuzz/corpus/NAME) for FUZZ_SECONDS (default 60)
 #   make tsan       the suite once more, built with ThreadSanitizer
 
-PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev libtinyxml-dev libssl-dev parted fdisk
+PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev libtinyxml-dev libssl-dev parted fdisk time
 CLANG_PACKAGES := clang libclang-rt-dev
 FUZZ_SECONDS ?= 60
 # FUZZ_RUNS=N stops a target after N inputs; FUZZ_TARGETS="a_fuzz b_fuzz" runs only those.
@@ -23,7 +24,7 @@ CMAKE_FLAGS ?=
 # The generated makefiles run make recursively; without this each level announces its folder.
 CMAKE_BUILD := MAKEFLAGS=--no-print-directory cmake --build
 
-.PHONY: all demo test sanitize bench test-armhf deps clang-deps fuzz tsan configure build clean
+.PHONY: all demo test sanitize bench bench-report test-armhf deps clang-deps fuzz tsan configure build clean
 
 all: build
 
@@ -62,9 +63,26 @@ test: build
 sanitize:
 	$(MAKE) test BUILD=build-sanitize CMAKE_FLAGS="-DVONAUTIL_SANITIZE=ON -DVONAUTIL_BUILD_BENCH=OFF -DVONAUTIL_BUILD_FUZZ=OFF"
 
+# Every benchmark program with repetitions in random order, one JSON result per program in
+# $(BUILD)/bench-results/, then the tool beside its peers as whole processes. The slow file jobs
+# take fewer repetitions. `make bench-report` writes the tables into docs/PERFORMANCE.md.
+BENCH_REPETITIONS ?= 5
+BENCH_RESULTS = $(BUILD)/bench-results
 bench:
-	$(MAKE) build CMAKE_FLAGS="-DCMAKE_BUILD_TYPE=Release"
-	@for b in $(BUILD)/bench/*_bench; do echo "== $$b"; $$b --benchmark_counters_tabular=true || exit 1; done
+	$(MAKE) build CMAKE_FLAGS="-DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)"
+	@rm -rf $(BENCH_RESULTS) && mkdir -p $(BENCH_RESULTS)
+	@for b in $(BUILD)/bench/*_bench; do \
+	  name=$$(basename $$b); echo "== $$name"; \
+	  reps=$(BENCH_REPETITIONS); case $$name in advanced_file_utils_bench) reps=3;; esac; \
+	  $$b --benchmark_repetitions=$$reps --benchmark_enable_random_interleaving=true \
+	    --benchmark_min_time=0.2 --benchmark_counters_tabular=true --benchmark_display_aggregates_only=true \
+	    --benchmark_out=$(BENCH_RESULTS)/$$name.json --benchmark_out_format=json || exit 1; \
+	done
+	python3 bench/whole_process.py --tool $(BUILD)/vonautil --runs $(BENCH_REPETITIONS) \
+	  --out $(BENCH_RESULTS)/whole_process.json
+
+bench-report:
+	python3 bench/report.py --results $(BENCH_RESULTS) --write docs/PERFORMANCE.md
 
 ARMHF_BUILD ?= build-armhf
 test-armhf:

@@ -1,13 +1,16 @@
 // Recursive copy and removal of a user's folder beside `cp -r` and `rm -rf`, run as child
-// processes in the same run: a tree of 20,000 small files in 200 folders and four files of
-// 8 MiB. Wall time, as the peers run in other processes. The library logs one line per copied
-// entry; standard error goes to /dev/null while it is measured.
+// processes in the same run, on a memory file system (/dev/shm, else /tmp), as /tmp is on the
+// player: a tree of 20,000 small files in 200 folders, and four files of 8 MiB. The library
+// logs one line per copied entry; its log goes to a file beside the tree, as on the player.
+// Each round's destination is prepared (the previous copy removed, or the tree to remove
+// copied) outside the measured time; wall time, as the peers run in other processes.
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -16,7 +19,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include "quiet.hpp"
 #include "vonautil.h"
 
 extern char** environ;
@@ -38,98 +40,131 @@ bool run(std::vector<const char*> argv) {
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-// The source tree in a temporary directory, removed at exit.
-struct Tree {
+int write_file(const std::string& path, const char* data, size_t size) {
+  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  if (fd < 0) return -1;
+  (void)!write(fd, data, size);
+  return close(fd);
+}
+
+// The source trees in a temporary directory on a memory file system, removed at exit.
+struct Trees {
   std::string dir;
-  std::string source;
-  Tree() {
-    std::string pattern = "/tmp/vonautil-bench-XXXXXX";
-    if (mkdtemp(&pattern[0]) == nullptr) return;
-    dir = pattern;
-    source = dir + "/Music";
-    mkdir(source.c_str(), 0755);
+  std::string small;  // 200 folders of 100 files of 100 to 4,099 bytes
+  std::string large;  // four files of 8 MiB
+  Trees() {
+    for (const char* base : {"/dev/shm", "/tmp"}) {
+      std::string pattern = std::string(base) + "/vonautil-bench-XXXXXX";
+      if (mkdtemp(&pattern[0]) != nullptr) {
+        dir = pattern;
+        break;
+      }
+    }
+    if (dir.empty()) return;
+    small = dir + "/Music";
+    large = dir + "/Movies";
+    mkdir(small.c_str(), 0755);
+    mkdir(large.c_str(), 0755);
     std::mt19937 random(3);
     std::string content(8192, 'x');
     for (char& c : content) c = (char)random();
     for (int folder = 0; folder < kFolders; ++folder) {
-      std::string path = source + "/Album " + std::to_string(folder);
+      std::string path = small + "/Album " + std::to_string(folder);
       mkdir(path.c_str(), 0755);
       for (int file = 0; file < kFilesPerFolder; ++file) {
-        std::string name = path + "/" + std::to_string(file) + " track.lrc";
-        int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (fd < 0) continue;
-        (void)!write(fd, content.data(), 100 + random() % 4000);
-        close(fd);
+        write_file(path + "/" + std::to_string(file) + " track.lrc", content.data(), 100 + random() % 4000);
       }
     }
-    std::string large(kLargeSize, 'v');
-    for (size_t i = 0; i < large.size(); i += 4096) large[i] = (char)random();
+    std::string movie(kLargeSize, 'v');
+    for (size_t i = 0; i < movie.size(); i += 4096) movie[i] = (char)random();
     for (int file = 0; file < kLargeFiles; ++file) {
-      std::string name = source + "/movie " + std::to_string(file) + ".mkv";
-      int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-      if (fd < 0) continue;
-      (void)!write(fd, large.data(), large.size());
-      close(fd);
+      write_file(large + "/movie " + std::to_string(file) + ".mkv", movie.data(), movie.size());
     }
   }
-  ~Tree() {
+  ~Trees() {
     if (!dir.empty()) run({"rm", "-rf", dir.c_str()});
   }
   std::string copy() const { return dir + "/copy"; }
+  std::string log() const { return dir + "/copy.log"; }
 };
 
-const Tree& tree() {
-  static Tree instance;
+const Trees& trees() {
+  static Trees instance;
   return instance;
 }
 
-void remove_copy() { run({"rm", "-rf", tree().copy().c_str()}); }
+// Standard error goes to a fresh log file while the object lives.
+class LogToFile {
+ public:
+  explicit LogToFile(const std::string& path) : saved_(dup(STDERR_FILENO)) {
+    fflush(stderr);
+    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0644);
+    dup2(fd, STDERR_FILENO);
+    close(fd);
+  }
+  ~LogToFile() {
+    fflush(stderr);
+    dup2(saved_, STDERR_FILENO);
+    close(saved_);
+  }
+  LogToFile(const LogToFile&) = delete;
+  LogToFile& operator=(const LogToFile&) = delete;
 
-// One copy per iteration, each removed again outside the timing.
-template <typename Copy>
-void measure_copy(benchmark::State& state, Copy copy) {
+ private:
+  int saved_;
+};
+
+// One job per iteration: `prepare` runs outside the measured time, `job` inside it.
+template <typename Prepare, typename Job>
+void measure(benchmark::State& state, Prepare prepare, Job job) {
+  if (trees().dir.empty()) return state.SkipWithError("no temporary directory");
   for (auto _ : state) {
-    if (!copy(tree())) state.SkipWithError("the copy failed");
-    state.PauseTiming();
-    remove_copy();
-    state.ResumeTiming();
+    prepare();
+    LogToFile log(trees().log());
+    auto start = std::chrono::steady_clock::now();
+    bool ok = job();
+    state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    if (!ok) state.SkipWithError("the job failed");
   }
 }
 
-// One removal per iteration of a copy made outside the timing.
-template <typename Remove>
-void measure_removal(benchmark::State& state, Remove remove) {
-  for (auto _ : state) {
-    state.PauseTiming();
-    run({"cp", "-r", tree().source.c_str(), tree().copy().c_str()});
-    state.ResumeTiming();
-    if (!remove(tree())) state.SkipWithError("the removal failed");
-  }
+void no_copy() { run({"rm", "-rf", trees().copy().c_str()}); }
+void fresh_copy() {
+  no_copy();
+  run({"cp", "-r", trees().small.c_str(), trees().copy().c_str()});
 }
 
-void BM_Copy_Library(benchmark::State& state) {
-  measure_copy(state, [](const Tree& t) {
-    Quiet quiet(stderr);
-    return FS_copy_recursively(t.source.c_str(), t.copy().c_str(), 0, 0) == 1;
-  });
+bool library_copy(const std::string& source) {
+  return FS_copy_recursively(source.c_str(), trees().copy().c_str(), 0, 0) == 1;
+}
+bool cp_r(const std::string& source) { return run({"cp", "-r", source.c_str(), trees().copy().c_str()}); }
+
+void BM_CopyTree_Library(benchmark::State& state) {
+  measure(state, no_copy, [] { return library_copy(trees().small); });
+}
+void BM_CopyTree_CpR(benchmark::State& state) {
+  measure(state, no_copy, [] { return cp_r(trees().small); });
+}
+void BM_CopyLargeFiles_Library(benchmark::State& state) {
+  measure(state, no_copy, [] { return library_copy(trees().large); });
+}
+void BM_CopyLargeFiles_CpR(benchmark::State& state) {
+  measure(state, no_copy, [] { return cp_r(trees().large); });
+}
+void BM_RemoveTree_Library(benchmark::State& state) {
+  measure(state, fresh_copy, [] { return FS_remove_recursively_if_exists(trees().copy().c_str()) == 0; });
+}
+void BM_RemoveTree_RmRf(benchmark::State& state) {
+  measure(state, fresh_copy, [] { return run({"rm", "-rf", trees().copy().c_str()}); });
 }
 
-void BM_Copy_CpR(benchmark::State& state) {
-  measure_copy(state, [](const Tree& t) { return run({"cp", "-r", t.source.c_str(), t.copy().c_str()}); });
-}
-
-void BM_Remove_Library(benchmark::State& state) {
-  measure_removal(state, [](const Tree& t) { return FS_remove_recursively_if_exists(t.copy().c_str()) == 0; });
-}
-
-void BM_Remove_RmRf(benchmark::State& state) {
-  measure_removal(state, [](const Tree& t) { return run({"rm", "-rf", t.copy().c_str()}); });
-}
-
-BENCHMARK(BM_Copy_Library)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
-BENCHMARK(BM_Copy_CpR)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
-BENCHMARK(BM_Remove_Library)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
-BENCHMARK(BM_Remove_RmRf)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+#define JOB(name) BENCHMARK(name)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(2)
+JOB(BM_CopyTree_Library);
+JOB(BM_CopyTree_CpR);
+JOB(BM_CopyLargeFiles_Library);
+JOB(BM_CopyLargeFiles_CpR);
+JOB(BM_RemoveTree_Library);
+JOB(BM_RemoveTree_RmRf);
 
 }  // namespace
 

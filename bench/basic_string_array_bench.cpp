@@ -26,7 +26,7 @@ std::string sample_text(int count) {
   return text;
 }
 
-void BM_Add_StringArray(benchmark::State& state) {
+void BM_Add_Library(benchmark::State& state) {
   std::vector<std::string> strings = sample_strings((int)state.range(0));
   for (auto _ : state) {
     string_array* sa = string_array_create_empty();
@@ -48,7 +48,7 @@ void BM_Add_VectorOfString(benchmark::State& state) {
 }
 
 // The same strdup'd strings in a geometrically growing vector of pointers: the difference to
-// BM_Add_StringArray is the price of the exact-size reallocation alone.
+// BM_Add_Library is the price of the exact-size reallocation alone.
 void BM_Add_VectorOfStrdup(benchmark::State& state) {
   std::vector<std::string> strings = sample_strings((int)state.range(0));
   for (auto _ : state) {
@@ -60,7 +60,7 @@ void BM_Add_VectorOfStrdup(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-void BM_Split_StringArray(benchmark::State& state) {
+void BM_Split_Library(benchmark::State& state) {
   std::string text = sample_text((int)state.range(0));
   for (auto _ : state) {
     string_array* sa = string_array_split(text.c_str(), ",");
@@ -92,7 +92,7 @@ void BM_Split_VectorOfString(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * (int64_t)text.size());
 }
 
-void BM_Join_StringArray(benchmark::State& state) {
+void BM_Join_Library(benchmark::State& state) {
   string_array* sa = string_array_split(sample_text((int)state.range(0)).c_str(), ",");
   for (auto _ : state) {
     char* joined = string_array_join(sa, ", ", 0, -1);
@@ -116,12 +116,12 @@ void BM_Join_VectorOfString(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(BM_Add_StringArray)->Arg(8)->Arg(64)->Arg(1024)->Arg(16384);
+BENCHMARK(BM_Add_Library)->Arg(8)->Arg(64)->Arg(1024)->Arg(16384);
 BENCHMARK(BM_Add_VectorOfString)->Arg(8)->Arg(64)->Arg(1024)->Arg(16384);
 BENCHMARK(BM_Add_VectorOfStrdup)->Arg(8)->Arg(64)->Arg(1024)->Arg(16384);
-BENCHMARK(BM_Split_StringArray)->Arg(8)->Arg(1024);
+BENCHMARK(BM_Split_Library)->Arg(8)->Arg(1024);
 BENCHMARK(BM_Split_VectorOfString)->Arg(8)->Arg(1024);
-BENCHMARK(BM_Join_StringArray)->Arg(8)->Arg(1024);
+BENCHMARK(BM_Join_Library)->Arg(8)->Arg(1024);
 BENCHMARK(BM_Join_VectorOfString)->Arg(8)->Arg(1024);
 
 BENCHMARK_MAIN();

@@ -49,7 +49,7 @@ const OutputFile& output_file() {
 
 int ignore_output(void*, const char*, int) { return 0; }
 
-void BM_ExitAtOnce_RunCmd(benchmark::State& state) {
+void BM_ExitAtOnce_Library(benchmark::State& state) {
   string_array* args = string_array_create_single("/bin/true");
   for (auto _ : state) {
     cmd_result result = cmd_utils_run_cmd(args, ignore_output, nullptr);
@@ -70,7 +70,7 @@ void BM_ExitAtOnce_PosixSpawn(benchmark::State& state) {
   }
 }
 
-void BM_Capture10MB_RunCmdAndCaptureOutput(benchmark::State& state) {
+void BM_Capture10MB_Library(benchmark::State& state) {
   string_array* args = string_array_create_single("/bin/cat");
   string_array_add(args, output_file().path.c_str());
   for (auto _ : state) {
@@ -103,7 +103,7 @@ int count_bytes(void* user, const char*, int length) {
   return 0;
 }
 
-void BM_Capture10MB_RunCmdPerByteCallback(benchmark::State& state) {
+void BM_Capture10MB_LibraryPerByteCallback(benchmark::State& state) {
   string_array* args = string_array_create_single("/bin/cat");
   string_array_add(args, output_file().path.c_str());
   for (auto _ : state) {
@@ -115,11 +115,11 @@ void BM_Capture10MB_RunCmdPerByteCallback(benchmark::State& state) {
   state.SetBytesProcessed((int64_t)state.iterations() * (int64_t)kOutputSize);
 }
 
-BENCHMARK(BM_ExitAtOnce_RunCmd)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_ExitAtOnce_Library)->Unit(benchmark::kMicrosecond)->UseRealTime();
 BENCHMARK(BM_ExitAtOnce_PosixSpawn)->Unit(benchmark::kMicrosecond)->UseRealTime();
-BENCHMARK(BM_Capture10MB_RunCmdAndCaptureOutput)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Capture10MB_Library)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Capture10MB_PopenFread)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_Capture10MB_RunCmdPerByteCallback)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Capture10MB_LibraryPerByteCallback)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 

@@ -62,7 +62,7 @@ std::string stripped(const std::string& text, size_t begin, size_t end) {
 }
 
 // The parser anyone would write first: the same rules, line by line.
-void BM_LoadWithIndexAndLookUpEveryKey_GetlinePeer(benchmark::State& state) {
+void BM_LoadWithIndexAndLookUpEveryKey_GetlineUnorderedMap(benchmark::State& state) {
   Fixture& f = fixture();
   for (auto _ : state) {
     std::unordered_map<std::string, std::string> map;
@@ -82,7 +82,7 @@ void BM_LoadWithIndexAndLookUpEveryKey_GetlinePeer(benchmark::State& state) {
   }
   state.SetBytesProcessed(state.iterations() * 1048576);
 }
-BENCHMARK(BM_LoadWithIndexAndLookUpEveryKey_GetlinePeer)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadWithIndexAndLookUpEveryKey_GetlineUnorderedMap)->Unit(benchmark::kMillisecond);
 
 // properties_get of every key in turn, in a container of state.range(0) entries.
 void lookups(benchmark::State& state, bool with_index) {
@@ -100,10 +100,10 @@ void lookups(benchmark::State& state, bool with_index) {
   }
   properties_free(p);
 }
-void BM_Get_WithIndex(benchmark::State& state) { lookups(state, true); }
-void BM_Get_WithoutIndex(benchmark::State& state) { lookups(state, false); }
-BENCHMARK(BM_Get_WithIndex)->Arg(10)->Arg(100)->Arg(10000);
-BENCHMARK(BM_Get_WithoutIndex)->Arg(10)->Arg(100)->Arg(10000);
+void BM_GetWithIndex_Library(benchmark::State& state) { lookups(state, true); }
+void BM_GetWithIndex_LinearScan(benchmark::State& state) { lookups(state, false); }
+BENCHMARK(BM_GetWithIndex_Library)->Arg(10)->Arg(100)->Arg(10000);
+BENCHMARK(BM_GetWithIndex_LinearScan)->Arg(10)->Arg(100)->Arg(10000);
 
 }  // namespace
 

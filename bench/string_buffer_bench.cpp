@@ -16,7 +16,7 @@ constexpr int kNames_count = sizeof kNames / sizeof kNames[0];
 
 // ---- formatted appends --------------------------------------------------------------------
 
-void StrBufAppendFmt(benchmark::State& state) {
+void BM_AppendFormatted_Library(benchmark::State& state) {
   for (auto _ : state) {
     str_buf sb = {};
     for (int i = 0; i < 1000; ++i) str_buf_append_fmt(&sb, "%s = %d\n", kNames[i % kNames_count], i);
@@ -24,9 +24,9 @@ void StrBufAppendFmt(benchmark::State& state) {
     free(sb.data);
   }
 }
-BENCHMARK(StrBufAppendFmt);
+BENCHMARK(BM_AppendFormatted_Library);
 
-void StdStringSnprintfAppend(benchmark::State& state) {
+void BM_AppendFormatted_SnprintfString(benchmark::State& state) {
   for (auto _ : state) {
     std::string s;
     char line[1024];
@@ -34,13 +34,13 @@ void StdStringSnprintfAppend(benchmark::State& state) {
     benchmark::DoNotOptimize(s.data());
   }
 }
-BENCHMARK(StdStringSnprintfAppend);
+BENCHMARK(BM_AppendFormatted_SnprintfString);
 
 // ---- JSON strings -------------------------------------------------------------------------
 
 const char kJsonText[] = "Caf\xc3\xa9 \"live\" at the \\ hall\tpart 1 of 3, recorded in 2019 - remastered edition";
 
-void StrBufAppendJsonString(benchmark::State& state) {
+void BM_AppendJsonString_Library(benchmark::State& state) {
   for (auto _ : state) {
     str_buf sb = {};
     for (int i = 0; i < 1000; ++i) str_buf_append_json_string(&sb, kJsonText);
@@ -48,7 +48,7 @@ void StrBufAppendJsonString(benchmark::State& state) {
     free(sb.data);
   }
 }
-BENCHMARK(StrBufAppendJsonString);
+BENCHMARK(BM_AppendJsonString_Library);
 
 // The usual hand-written escaper: one byte at a time into a std::string.
 void append_json(std::string& out, const char* text) {
@@ -75,18 +75,18 @@ void append_json(std::string& out, const char* text) {
   out += '"';
 }
 
-void StdStringJsonEscape(benchmark::State& state) {
+void BM_AppendJsonString_ByteEscaper(benchmark::State& state) {
   for (auto _ : state) {
     std::string s;
     for (int i = 0; i < 1000; ++i) append_json(s, kJsonText);
     benchmark::DoNotOptimize(s.data());
   }
 }
-BENCHMARK(StdStringJsonEscape);
+BENCHMARK(BM_AppendJsonString_ByteEscaper);
 
 // ---- formatting to the heap ---------------------------------------------------------------
 
-void SprintfNew(benchmark::State& state) {
+void BM_FormatNew_Library(benchmark::State& state) {
   int i = 0;
   for (auto _ : state) {
     char* text = sprintf_new("%s/%s/%d.jpg", kNames[i % kNames_count], kNames[(i + 3) % kNames_count], i);
@@ -95,9 +95,9 @@ void SprintfNew(benchmark::State& state) {
     ++i;
   }
 }
-BENCHMARK(SprintfNew);
+BENCHMARK(BM_FormatNew_Library);
 
-void StdStringSnprintf(benchmark::State& state) {
+void BM_FormatNew_SnprintfTwice(benchmark::State& state) {
   int i = 0;
   for (auto _ : state) {
     const char* a = kNames[i % kNames_count];
@@ -109,7 +109,7 @@ void StdStringSnprintf(benchmark::State& state) {
     ++i;
   }
 }
-BENCHMARK(StdStringSnprintf);
+BENCHMARK(BM_FormatNew_SnprintfTwice);
 
 // ---- path stacks --------------------------------------------------------------------------
 
@@ -124,7 +124,7 @@ void walk(int depth, Push push, Pop pop, Use use) {
   }
 }
 
-void StringBuilderPathStack(benchmark::State& state) {
+void BM_PathStack_Library(benchmark::State& state) {
   string_builder* sb = string_builder_create();
   string_builder_push_abs(sb, "/tmp/mnt/D");
   for (auto _ : state) {
@@ -134,9 +134,9 @@ void StringBuilderPathStack(benchmark::State& state) {
   }
   string_builder_free(sb);
 }
-BENCHMARK(StringBuilderPathStack);
+BENCHMARK(BM_PathStack_Library);
 
-void VectorOfStringsPathStack(benchmark::State& state) {
+void BM_PathStack_VectorOfString(benchmark::State& state) {
   std::vector<std::string> stack{"/tmp/mnt/D"};
   for (auto _ : state) {
     walk(
@@ -144,7 +144,7 @@ void VectorOfStringsPathStack(benchmark::State& state) {
         [&] { benchmark::DoNotOptimize(stack.back().c_str()); });
   }
 }
-BENCHMARK(VectorOfStringsPathStack);
+BENCHMARK(BM_PathStack_VectorOfString);
 
 }  // namespace
 

@@ -93,7 +93,7 @@ void BM_LoadAndLookUpEveryKey_Library(benchmark::State& state) {
 }
 BENCHMARK(BM_LoadAndLookUpEveryKey_Library)->Unit(benchmark::kMillisecond);
 
-void BM_FillAndLookUpEveryKey_UnorderedMap(benchmark::State& state) {
+void BM_LoadAndLookUpEveryKey_UnorderedMap(benchmark::State& state) {
   Fixture& f = fixture();
   for (auto _ : state) {
     std::unordered_map<std::string, std::string> map;
@@ -103,7 +103,7 @@ void BM_FillAndLookUpEveryKey_UnorderedMap(benchmark::State& state) {
     benchmark::DoNotOptimize(total);
   }
 }
-BENCHMARK(BM_FillAndLookUpEveryKey_UnorderedMap)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadAndLookUpEveryKey_UnorderedMap)->Unit(benchmark::kMillisecond);
 
 void BM_LookUpEveryKey_Library(benchmark::State& state) {
   Fixture& f = fixture();

@@ -49,26 +49,35 @@ bool LineReader::fill() {
   }
 }
 
-bool LineReader::next(std::string_view* line) {
+bool LineReader::take(std::string_view* out, const void* (*find)(const void*, int, size_t)) {
   if (error_ != 0) return false;
   size_t searched = begin_;
   while (true) {
-    const void* newline = memchr(buffer_.data() + searched, '\n', end_ - searched);
+    const void* newline = find(buffer_.data() + searched, '\n', end_ - searched);
     if (newline != nullptr) {
       size_t stop = (size_t)(static_cast<const char*>(newline) - buffer_.data()) + 1;
-      *line = std::string_view(buffer_.data() + begin_, stop - begin_);
+      *out = std::string_view(buffer_.data() + begin_, stop - begin_);
       begin_ = stop;
       return true;
     }
     searched = end_ - begin_;  // where the search goes on after fill() moved the line to the front
     if (eof_ || !fill()) {
       if (error_ != 0 || begin_ == end_) return false;
-      *line = std::string_view(buffer_.data() + begin_, end_ - begin_);  // a last line without '\n'
+      *out = std::string_view(buffer_.data() + begin_, end_ - begin_);  // a last line without '\n'
       begin_ = end_;
       return true;
     }
   }
 }
+
+namespace {
+const void* first_newline(const void* p, int c, size_t n) { return memchr(p, c, n); }
+const void* last_newline(const void* p, int c, size_t n) { return memrchr(p, c, n); }
+}  // namespace
+
+bool LineReader::next(std::string_view* line) { return take(line, first_newline); }
+
+bool LineReader::next_lines(std::string_view* lines) { return take(lines, last_newline); }
 
 bool write_out(std::string_view bytes) { return fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size(); }
 

@@ -21,11 +21,17 @@ class LineReader {
   // The next line with its '\n' if it has one, valid until the next call; false at the end of
   // the input or after a failure (see error()).
   bool next(std::string_view* line);
+  // The complete lines that follow, as many as one block holds (at least one, and a longer
+  // line whole), each with its '\n', or the last line without one; valid until the next call.
+  // false at the end of the input or after a failure (see error()).
+  bool next_lines(std::string_view* lines);
   // 0, or the errno of a failed open or read.
   int error() const { return error_; }
 
  private:
   bool fill();
+  // next() and next_lines(): the text up to the first or the last '\n' found by `find`.
+  bool take(std::string_view* out, const void* (*find)(const void*, int, size_t));
 
   int fd_;
   bool own_;

@@ -108,9 +108,10 @@ bool parse(const std::vector<std::string>& args, const std::vector<std::pair<con
   return true;
 }
 
-// Converts one line (NUL bytes pass through between the converted pieces); adds the number of
-// characters that became '?' to *lost.
-bool convert_line(std::string_view line, int from, int to, std::string& piece, long* lost) {
+// Converts whole lines (NUL bytes pass through between the converted pieces); adds the number
+// of characters that became '?' to *lost. The converters keep no state from one line to the
+// next, so a block of lines converts as its lines would one by one.
+bool convert_lines(std::string_view line, int from, int to, std::string& piece, long* lost) {
   while (true) {
     size_t nul = line.find('\0');
     piece.assign(line.substr(0, nul));
@@ -146,13 +147,13 @@ int run_convert(const std::vector<std::string>& args) {
   std::string_view line;
   std::string piece;
   long lost = 0;
-  for (bool first = true; reader.next(&line); first = false) {
+  for (bool first = true; reader.next_lines(&line); first = false) {
     // A UTF-8 byte order mark only marks the encoding: kept for UTF-8, dropped for the others.
     if (first && from_enc == 0 && line.substr(0, 3) == kBom) {
       line.remove_prefix(3);
       if (to_enc == 0 && !write_out(kBom)) return cannot_write();
     }
-    if (!convert_line(line, from_enc, to_enc, piece, &lost)) return cannot_write();
+    if (!convert_lines(line, from_enc, to_enc, piece, &lost)) return cannot_write();
   }
   if (reader.error() != 0) return cannot_read(path, reader.error());
   if (lost > 0) {
@@ -176,7 +177,7 @@ int run_detect(const std::vector<std::string>& args) {
   auto_enc_stat stat;
   auto_enc_stat_create(&stat);
   bool bom = false;
-  for (bool first = true; reader.next(&line); first = false) {
+  for (bool first = true; reader.next_lines(&line); first = false) {
     if (first && line.substr(0, 3) == kBom) bom = true;
     auto_enc_stat_update(&stat, line.data(), line.data() + line.size());
   }

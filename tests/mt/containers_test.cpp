@@ -1,5 +1,6 @@
 #include <climits>
 #include <functional>
+#include <set>
 
 #include "test_support.hpp"
 
@@ -73,6 +74,31 @@ TEST(StringMap, PutReplacesOrRemovesAndSnapshotsFollowKeyOrder) {
   EXPECT_EQ(1, string_map_remove(map, "zeta"));
   EXPECT_EQ((Texts{"alphabet"}), texts(string_map_get_keys(map)));
   expect_independent_copy(map, string_map_copy, string_map_clear, string_map_size, string_map_free);
+}
+
+// Many keys grow the table several times and removals close gaps in its probe runs: every
+// key left is still found, every removed one is gone, and the snapshot stays in key order.
+TEST(StringMap, ManyPutsAndRemovalsKeepEveryOtherKeyReachable) {
+  C_StringMap* map = string_map_create();
+  std::set<std::string> kept;
+  for (int i = 0; i < 3000; ++i) {
+    std::string key = "folder." + std::to_string(i * 7919 % 3000) + ".path";
+    EXPECT_EQ(string_map_put(map, key.c_str(), key.c_str()), 1);
+    kept.insert(key);
+  }
+  for (int i = 0; i < 3000; i += 3) {
+    std::string key = "folder." + std::to_string(i) + ".path";
+    EXPECT_EQ(string_map_remove(map, key.c_str()), 1) << key;
+    kept.erase(key);
+  }
+  for (int i = 0; i < 3000; ++i) {
+    std::string key = "folder." + std::to_string(i) + ".path";
+    const char* value = string_map_get(map, key.c_str());
+    EXPECT_EQ(value != nullptr && key == value, kept.count(key) == 1) << key;
+  }
+  EXPECT_EQ(string_map_size(map), (int)kept.size());
+  EXPECT_EQ(texts(string_map_get_keys(map)), Texts(kept.begin(), kept.end()));
+  string_map_free(map);
 }
 
 TEST(LongByStringMap, StoresFullRangeValuesAndFallsBackToTheDefault) {

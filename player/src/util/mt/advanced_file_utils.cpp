@@ -1,12 +1,16 @@
 #include "player/src/util/mt/advanced_file_utils.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include "player/src/util/mt/common.h"
 #include "player/src/util/mt/file_utils.hpp"
@@ -153,11 +157,93 @@ int remove_entry(const char* path, const struct stat* status, void*) {
   return result == 0 ? FS_VISIT_CONTINUE : FS_VISIT_CANCEL;
 }
 
+// The removal walk of a directory tree: the visits, their order, the results and the log
+// lines of FS_iterate_recursively with flags 0 and remove_entry, made with the system calls
+// that rm makes. Entries are removed relative to their open directory (unlinkat), and the
+// type that the listing reports (d_type) stands for the lstat of each entry; an entry is
+// examined with fstatat only when the listing does not know its type or its removal failed.
+// Paths are only formed for the log. Names are the file system's own: every file system the
+// player mounts keeps them in UTF-8, which the caller checks.
+struct Removal {
+  string_builder* path;  // the current path is the top item
+
+  // A child entry that could not be examined: logged and otherwise ignored, as by the walk.
+  int not_examined(int error) const {
+    log_print("[fs_iter] lstat(%s): %s", string_builder_top(path), strerror(error));
+    return 0;
+  }
+
+  int canceled() const {
+    log_print("[fs_iter] visit(%s): canceled", string_builder_top(path));
+    return -1;
+  }
+
+  // The entry `name` of the open directory `dir`, whose type the listing gave (DT_UNKNOWN
+  // when it did not). 0 removed, 1 failed, -1 cancelled.
+  int remove_child(int dir, const char* name, unsigned char type, const Ancestor* ancestors) const {
+    // The walk names every entry by its full path, so it cannot reach one whose path is too
+    // long for a system call; neither does this walk, which keeps the same results.
+    if (path->buf_length >= PATH_MAX) return not_examined(ENAMETOOLONG);
+    if (type != DT_DIR && type != DT_UNKNOWN && unlinkat(dir, name, 0) == 0) return 0;
+    struct stat status;
+    if (fstatat(dir, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return not_examined(errno);
+    if (S_ISDIR(status.st_mode)) return remove_directory(dir, name, status, ancestors);
+    // A removal that failed with the entry still there cancels, as the visitor does.
+    if (type != DT_DIR && type != DT_UNKNOWN) return canceled();
+    return unlinkat(dir, name, 0) == 0 ? 0 : canceled();
+  }
+
+  // The directory `name` of `parent` (the walk's root when `parent` is AT_FDCWD).
+  int remove_directory(int parent, const char* name, const struct stat& status, const Ancestor* ancestors) const {
+    if (is_on_walk_path(ancestors, status)) return not_examined(ELOOP);
+    int fd = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    DIR* listing = fd >= 0 ? fdopendir(fd) : nullptr;
+    if (listing == nullptr) {
+      log_print("[fs_iter] scandir(%s): %s", string_builder_top(path), strerror(errno));
+      if (fd >= 0) close(fd);
+      return 1;
+    }
+    // The whole listing first, as the walk lists a directory before it visits its entries.
+    std::vector<char> names;
+    std::vector<std::pair<size_t, unsigned char>> entries;  // offset of the name, type
+    while (const struct dirent* entry = readdir(listing)) {
+      const char* n = entry->d_name;
+      if (n[0] == '.' && (n[1] == '\0' || (n[1] == '.' && n[2] == '\0'))) continue;
+      entries.emplace_back(names.size(), entry->d_type);
+      names.insert(names.end(), n, n + strlen(n) + 1);
+    }
+    const Ancestor self = {status.st_dev, status.st_ino, ancestors};
+    int result = 0;
+    for (const auto& [offset, type] : entries) {
+      const char* child = names.data() + offset;
+      string_builder_push_rel(path, child, path->num_items);
+      result = remove_child(dirfd(listing), child, type, &self);
+      string_builder_pop(path);
+      if (result != 0) break;
+    }
+    closedir(listing);
+    if (result != 0) return result;
+    if (unlinkat(parent, name, AT_REMOVEDIR) != 0) return canceled();
+    return 0;
+  }
+};
+
 }  // namespace
 
 int FS_remove_recursively_if_exists(const char* path) {
   struct stat status;
-  if (FS_lstat(path, &status) != 0 && errno == ENOENT) return 0;
+  if (FS_lstat(path, &status) != 0) {
+    if (errno == ENOENT) return 0;
+  } else if (S_ISDIR(status.st_mode) && vona::path_name_encoding(path) == 0) {
+    ExternalPath external(path);
+    if (strcmp(external.c_str(), path) == 0) {
+      Removal removal = {string_builder_create()};
+      string_builder_push_abs(removal.path, path);
+      int result = removal.remove_directory(AT_FDCWD, path, status, nullptr);
+      string_builder_free(removal.path);
+      return result == 0 ? 0 : -1;
+    }
+  }
   return FS_iterate_recursively(path, 0, remove_entry, nullptr) == 0 ? 0 : -1;
 }
 
@@ -166,82 +252,124 @@ int FS_remove_recursively_if_exists(const char* path) {
 namespace {
 
 constexpr size_t kCopyBufferSize = 128 * 1024;
+// The most one copy_file_range call is asked for.
+constexpr size_t kKernelCopyChunk = 1u << 30;
 
-// Closes the destination stream, logging a failure; fclose's result.
-int close_destination(FILE* out, const char* destination, int* error_out) {
-  int result = fclose(out);
-  if (result != 0) {
-    if (*error_out == 0) *error_out = errno;
-    log_print("[fs_copy] fclose_write(%s): %s", destination, strerror(errno));
-  }
-  return result;
-}
+bool is_interrupted(ssize_t result) { return result < 0 && errno == EINTR; }
 
-// Copies the bytes of `in` to `out`; false after logging a failure (errno in *error_out).
-bool copy_stream(FILE* in, FILE* out, const char* source, const char* destination, char* buffer, int* error_out) {
+// Copies the rest of `in` to `out` through one 128 KiB buffer; false after logging a failure
+// (errno in *error_out).
+bool copy_through_buffer(int in, int out, const char* source, const char* destination, int* error_out) {
+  char* buffer = (char*)malloc(kCopyBufferSize);
+  MY_ASSERT(buffer);
+  bool ok = true;
   for (;;) {
-    size_t count = fread(buffer, 1, kCopyBufferSize, in);
-    if (count < kCopyBufferSize && ferror(in)) {
+    ssize_t count = read(in, buffer, kCopyBufferSize);
+    if (is_interrupted(count)) continue;
+    if (count < 0) {
       *error_out = errno;
       log_print("[fs_copy] read(%s) failed: %s", source, strerror(errno));
-      return false;
+      ok = false;
+      break;
     }
-    if (count == 0) return true;
-    for (size_t done = 0; done < count;) {
-      errno = 0;
-      size_t written = fwrite(buffer + done, 1, count - done, out);
-      done += written;
-      if (done < count && (ferror(out) || written == 0)) {
-        if (errno == 0) errno = EIO;
+    if (count == 0) break;
+    for (ssize_t done = 0; ok && done < count;) {
+      ssize_t written = write(out, buffer + done, (size_t)(count - done));
+      if (is_interrupted(written)) continue;
+      if (written <= 0) {
+        if (written == 0) errno = EIO;
         *error_out = errno;
         log_print("[fs_copy] write(%s) failed: %s", destination, strerror(errno));
-        return false;
+        ok = false;
       }
+      done += written;
     }
-    if (count < kCopyBufferSize && feof(in)) return true;  // saves a read that can only give 0
+    if (!ok) break;
   }
+  free(buffer);
+  return ok;
 }
 
-// The source opened for reading (as fopen mode "r" does), except that opening a FIFO that has
-// no writer does not wait for one: the copy of such an entry is then empty, not a hang.
-FILE* open_source(const char* source) {
-  int fd = open(ExternalPath(source).c_str(), O_RDONLY | O_NONBLOCK);
-  if (fd < 0) return nullptr;
+// Copies the bytes of `in` to `out`, in the kernel (copy_file_range) where the file systems
+// allow it and through the buffer otherwise. `size` is the source's size when the caller
+// knows it from the walk (the copy then ends there, a snapshot of the file as it was listed),
+// else -1. Files the kernel reports as empty (as it does for /proc files, whose size is 0)
+// go through the buffer, which reads what they really hold. False after logging a failure.
+bool copy_bytes(int in, int out, long long size, const char* source, const char* destination, int* error_out) {
+  long long copied = 0;
+  while (size != 0 && (size < 0 || copied < size)) {
+    ssize_t n = copy_file_range(in, nullptr, out, nullptr, kKernelCopyChunk, 0);
+    if (is_interrupted(n)) continue;
+    if (n < 0 || (n == 0 && copied == 0)) break;  // the buffer goes on from where this stopped
+    if (n == 0) return true;
+    copied += n;
+  }
+  if (size > 0 && copied >= size) return true;
+  return copy_through_buffer(in, out, source, destination, error_out);
+}
+
+// Opens the source for reading. A file that the walk saw as a regular file is opened plainly;
+// anything else is opened without waiting for a writer (so that a FIFO with none gives an
+// empty copy, not a hang) and then switched back to blocking reads.
+int open_source(const char* source, bool regular) {
+  ExternalPath external(source);
+  if (regular) return open(external.c_str(), O_RDONLY | O_CLOEXEC);
+  int fd = open(external.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return -1;
   int flags = fcntl(fd, F_GETFL);
-  FILE* in = flags != -1 && fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != -1 ? fdopen(fd, "r") : nullptr;
-  if (in == nullptr) {
+  if (flags == -1 || fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) == -1) {
     int saved = errno;
     close(fd);
     errno = saved;
+    return -1;
   }
-  return in;
+  return fd;
+}
+
+// Logs a failed permission change of a copy; the copy itself goes on.
+void report_mode_failure(const char* destination, mode_t mode) {
+  log_print("[cp_r] chmod(%s, %o) failed", destination, (unsigned)mode);
+}
+
+// FS_copy_file_ext, and the copy of one entry of a tree when `status` (the walk's record of
+// the source) is given: then the copy is opened plainly if the source is a regular file,
+// takes the source's permission bits through its descriptor before it is closed, and ends at
+// the size the walk saw.
+int copy_file(const char* source, const char* destination, int* error_out, const struct stat* status) {
+  *error_out = 0;
+  int in = open_source(source, status != nullptr && S_ISREG(status->st_mode));
+  if (in < 0) {
+    *error_out = errno;
+    log_print("[fs_copy] fopen_read(%s): %s", source, strerror(errno));
+    return -1;
+  }
+  ExternalPath external(destination);
+  int out = open(external.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (out < 0) {
+    *error_out = errno;
+    log_print("[fs_copy] fopen_write(%s): %s", destination, strerror(errno));
+    close(in);
+    return -1;
+  }
+  long long size = status != nullptr && S_ISREG(status->st_mode) ? (long long)status->st_size : -1;
+  bool copied = copy_bytes(in, out, size, source, destination, error_out);
+  close(in);
+  const mode_t mode = status != nullptr ? status->st_mode & 0xfff : 0;
+  bool mode_failed = copied && status != nullptr && fchmod(out, mode) != 0;
+  int closed = close(out);
+  if (closed != 0) {
+    if (*error_out == 0) *error_out = errno;
+    log_print("[fs_copy] fclose_write(%s): %s", destination, strerror(errno));
+  }
+  if (!copied) return -1;
+  if (closed == 0 && mode_failed) report_mode_failure(external.c_str(), mode);
+  return closed;
 }
 
 }  // namespace
 
 int FS_copy_file_ext(const char* source, const char* destination, int* error_out) {
-  *error_out = 0;
-  FILE* in = open_source(source);
-  if (in == nullptr) {
-    *error_out = errno;
-    log_print("[fs_copy] fopen_read(%s): %s", source, strerror(errno));
-    return -1;
-  }
-  FILE* out = FS_fopen(destination, "w");
-  if (out == nullptr) {
-    *error_out = errno;
-    log_print("[fs_copy] fopen_write(%s): %s", destination, strerror(errno));
-    fclose(in);
-    return -1;
-  }
-  char* buffer = (char*)malloc(kCopyBufferSize);
-  MY_ASSERT(buffer);
-  bool copied = copy_stream(in, out, source, destination, buffer, error_out);
-  free(buffer);
-  fclose(in);
-  int closed = close_destination(out, destination, error_out);
-  if (!copied) return -1;
-  return closed;
+  return copy_file(source, destination, error_out, nullptr);
 }
 
 int FS_copy_file(const char* source, const char* destination) {
@@ -325,7 +453,7 @@ void format_without_arguments(char* out, size_t size, const char* format) {
 // Applies the source's permission bits to a new destination; a failure is logged only.
 void apply_mode(const char* destination, const struct stat* status) {
   mode_t mode = status->st_mode & 0xfff;
-  if (chmod(destination, mode) != 0) log_print("[cp_r] chmod(%s, %o) failed", destination, (unsigned)mode);
+  if (chmod(destination, mode) != 0) report_mode_failure(destination, mode);
 }
 
 int copy_entry(const char* path, const struct stat* status, void* context) {
@@ -360,9 +488,8 @@ int copy_entry(const char* path, const struct stat* status, void* context) {
     return FS_VISIT_CONTINUE;
   }
   log_print("[cp_r] copy '%s' -> '%s'", path, destination);
-  if (FS_copy_file(path, destination) != 0) return FS_VISIT_CANCEL;
-  apply_mode(external.c_str(), status);
-  return FS_VISIT_CONTINUE;
+  int error;
+  return copy_file(path, destination, &error, status) == 0 ? FS_VISIT_CONTINUE : FS_VISIT_CANCEL;
 }
 
 // The walk of both copies; `verbatim` chooses how a source name becomes a destination name.

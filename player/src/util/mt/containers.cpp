@@ -1,37 +1,256 @@
-// Ordered sets and maps: thin C handles over std::set / std::map.
+// Ordered sets and maps behind C handles.
 //
-// String-keyed trees use the transparent comparator std::less<>, so that a lookup compares
-// the caller's text as a std::string_view (one strlen per call) instead of building a
-// std::string per call. std::string compares as unsigned bytes with the shorter string first
-// on a common prefix, which is the documented key order. Tree nodes never move, so the
-// c_str() of a stored key or value stays valid until that entry is changed or removed, which
-// is what lets snapshots and lookups hand out borrowed strings.
+// String-keyed containers are open-addressing hash tables: a lookup hashes the caller's text
+// once and compares one stored key in the common case, where a tree compares a key on every
+// level of its descent. Key order is produced only where an order can be seen (snapshots,
+// the first key, filter and the destroy callbacks of clear), by sorting the entries at that
+// moment: byte-wise as unsigned bytes, a shorter string first on a common prefix. Nothing is
+// cached by a const operation, so a container that is only read may be read from several
+// threads. Each entry is one allocation that never moves, so the text of a stored key or
+// value stays valid until that entry is changed or removed.
+//
+// Identifier containers stay std::set / std::map: their keys compare in one instruction.
 #include "player/src/util/mt/containers.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <map>
+#include <new>
 #include <set>
 #include <string>
-#include <string_view>
-#include <tuple>
 #include <utility>
+#include <vector>
 
 #include "player/src/util/mt/common.h"
+#include "player/src/util/mt/containers.hpp"
+
+namespace {
+
+// 64-bit multiply-and-fold over 8-byte words, finished with a full avalanche so that the low
+// bits that pick a slot depend on every byte (keys often differ in one digit only).
+inline size_t hash_text(const char* s, size_t n) {
+  uint64_t h = 0x9E3779B97F4A7C15ull ^ n;
+  for (; n >= 8; s += 8, n -= 8) {
+    uint64_t word;
+    memcpy(&word, s, 8);
+    h = (h ^ word) * 0xff51afd7ed558ccdull;
+    h ^= h >> 32;
+  }
+  uint64_t tail = 0;
+  for (size_t i = 0; i < n; ++i) tail |= (uint64_t)(unsigned char)s[i] << (8 * i);
+  h = (h ^ tail) * 0xc4ceb9fe1a85ec53ull;
+  h ^= h >> 33;
+  h *= 0xff51afd7ed558ccdull;
+  h ^= h >> 33;
+  return (size_t)h;
+}
+
+struct NoValue {
+  bool operator==(const NoValue&) const { return true; }
+};
+
+// One entry: its hash, its key's length and value, then the key text with its NUL.
+template <class Value>
+struct Entry {
+  size_t hash;
+  size_t length;
+  Value value;
+
+  const char* key() const { return reinterpret_cast<const char*>(this + 1); }
+
+  static Entry* make(const char* key, size_t length, size_t hash, const Value& value) {
+    void* memory = malloc(sizeof(Entry) + length + 1);
+    Entry* entry = new (memory) Entry{hash, length, value};
+    memcpy(reinterpret_cast<char*>(entry + 1), key, length + 1);
+    return entry;
+  }
+  static void destroy(Entry* entry) {
+    entry->~Entry();
+    free(entry);
+  }
+};
 
 template <class Value>
-using ByString = std::map<std::string, Value, std::less<>>;
+bool key_less(const Entry<Value>* a, const Entry<Value>* b) {
+  int order = memcmp(a->key(), b->key(), std::min(a->length, b->length));
+  return order != 0 ? order < 0 : a->length < b->length;
+}
+
+// A key as the caller gave it, measured and hashed once.
+struct Key {
+  const char* text;
+  size_t length;
+  size_t hash;
+  explicit Key(const char* s) : text(s), length(strlen(s)), hash(hash_text(s, length)) {}
+  Key(const char* s, size_t n) : text(s), length(n), hash(hash_text(s, n)) {}
+};
+
+// Linear probing over slots that hold the entry's hash beside its pointer, so that a probe
+// reads an entry only when the hashes agree. At most three quarters of the slots are used.
+template <class Value>
+class StringTable {
+ public:
+  using Item = Entry<Value>;
+
+  StringTable() { reset(kMinSlots); }
+  StringTable(const StringTable& other) : slots_(other.slots_.size()), size_(other.size_), mask_(other.mask_) {
+    for (size_t i = 0; i < slots_.size(); ++i) {
+      if (Item* e = other.slots_[i].entry) slots_[i] = {e->hash, Item::make(e->key(), e->length, e->hash, e->value)};
+    }
+  }
+  StringTable& operator=(const StringTable&) = delete;
+  ~StringTable() { destroy_all(); }
+
+  size_t size() const { return size_; }
+
+  Item* find(const Key& key) const {
+    for (size_t i = key.hash & mask_;; i = (i + 1) & mask_) {
+      const Slot& slot = slots_[i];
+      if (slot.entry == nullptr) return nullptr;
+      if (slot.hash == key.hash && slot.entry->length == key.length &&
+          memcmp(slot.entry->key(), key.text, key.length) == 0) {
+        return slot.entry;
+      }
+    }
+  }
+
+  // The entry of `key`, inserted with `value` when the key is new (then *inserted is true).
+  Item* find_or_insert(const Key& key, const Value& value, bool* inserted) {
+    size_t i = key.hash & mask_;
+    for (;; i = (i + 1) & mask_) {
+      Slot& slot = slots_[i];
+      if (slot.entry == nullptr) break;
+      if (slot.hash == key.hash && slot.entry->length == key.length &&
+          memcmp(slot.entry->key(), key.text, key.length) == 0) {
+        *inserted = false;
+        return slot.entry;
+      }
+    }
+    *inserted = true;
+    Item* entry = Item::make(key.text, key.length, key.hash, value);
+    if ((size_ + 1) * 4 > slots_.size() * 3) {
+      grow();
+      place(entry);
+    } else {
+      slots_[i] = {key.hash, entry};
+    }
+    ++size_;
+    return entry;
+  }
+
+  // Unlinks the entry of `key` and hands it over (the caller destroys it), or null.
+  Item* take(const Key& key) {
+    for (size_t i = key.hash & mask_;; i = (i + 1) & mask_) {
+      Slot& slot = slots_[i];
+      if (slot.entry == nullptr) return nullptr;
+      if (slot.hash == key.hash && slot.entry->length == key.length &&
+          memcmp(slot.entry->key(), key.text, key.length) == 0) {
+        Item* entry = slot.entry;
+        close_gap(i);
+        --size_;
+        return entry;
+      }
+    }
+  }
+
+  // Every entry in key order.
+  std::vector<Item*> ordered() const {
+    std::vector<Item*> items;
+    items.reserve(size_);
+    for (const Slot& slot : slots_) {
+      if (slot.entry != nullptr) items.push_back(slot.entry);
+    }
+    std::sort(items.begin(), items.end(), key_less<Value>);
+    return items;
+  }
+
+  // The entry with the smallest key, or null.
+  Item* first() const {
+    Item* best = nullptr;
+    for (const Slot& slot : slots_) {
+      if (slot.entry != nullptr && (best == nullptr || key_less(slot.entry, best))) best = slot.entry;
+    }
+    return best;
+  }
+
+  void clear() {
+    destroy_all();
+    reset(kMinSlots);
+  }
+
+  void swap(StringTable& other) {
+    slots_.swap(other.slots_);
+    std::swap(size_, other.size_);
+    std::swap(mask_, other.mask_);
+  }
+
+ private:
+  struct Slot {
+    size_t hash;
+    Item* entry;  // null: free
+  };
+  static constexpr size_t kMinSlots = 8;
+
+  void reset(size_t count) {
+    slots_.assign(count, Slot{0, nullptr});
+    mask_ = count - 1;
+    size_ = 0;
+  }
+
+  void destroy_all() {
+    for (Slot& slot : slots_) {
+      if (slot.entry != nullptr) Item::destroy(slot.entry);
+    }
+  }
+
+  void place(Item* entry) {
+    size_t i = entry->hash & mask_;
+    while (slots_[i].entry != nullptr) i = (i + 1) & mask_;
+    slots_[i] = {entry->hash, entry};
+  }
+
+  void grow() {
+    std::vector<Slot> old(slots_.size() * 2, Slot{0, nullptr});
+    old.swap(slots_);
+    mask_ = slots_.size() - 1;
+    for (const Slot& slot : old) {
+      if (slot.entry != nullptr) place(slot.entry);
+    }
+  }
+
+  // Empties slot i and moves later entries of the probe run back, so that every entry stays
+  // reachable from its home slot without tombstones.
+  void close_gap(size_t i) {
+    for (size_t j = (i + 1) & mask_; slots_[j].entry != nullptr; j = (j + 1) & mask_) {
+      size_t home = slots_[j].hash & mask_;
+      if (((j - home) & mask_) >= ((j - i) & mask_)) {
+        slots_[i] = slots_[j];
+        i = j;
+      }
+    }
+    slots_[i] = Slot{0, nullptr};
+  }
+
+  std::vector<Slot> slots_;
+  size_t size_ = 0;
+  size_t mask_ = 0;
+};
+
+}  // namespace
 
 struct C_StringSet {
-  std::set<std::string, std::less<>> items;
+  StringTable<NoValue> items;
 };
 struct C_StringMap {
-  ByString<std::string> items;
+  StringTable<std::string> items;
 };
 struct C_LongByStringMap {
-  ByString<long long> items;
+  StringTable<long long> items;
 };
 struct C_ObjectByStringMap {
-  ByString<void*> items;
+  StringTable<void*> items;
 };
 struct C_IdSet {
   std::set<long long> items;
@@ -42,17 +261,18 @@ struct C_ObjectByIdMap {
 
 namespace {
 
-const char* text_of(const std::string& s) { return s.c_str(); }
 template <class Value>
-const char* key_text(const std::pair<const std::string, Value>& entry) { return entry.first.c_str(); }
-const char* value_text(const std::pair<const std::string, std::string>& entry) { return entry.second.c_str(); }
+const char* key_text(const Entry<Value>* entry) {
+  return entry->key();
+}
+const char* value_text(const Entry<std::string>* entry) { return entry->value.c_str(); }
 long long id_of(long long id) { return id; }
 long long key_id(const std::pair<const long long, void*>& entry) { return entry.first; }
 
 // A malloc'd array of pick(item) for every item in order, followed by one zero slot
 // (null for strings, 0 for identifiers).
-template <class Container, class Pick>
-auto snapshot(const Container& items, Pick pick) {
+template <class Items, class Pick>
+auto snapshot(const Items& items, Pick pick) {
   using Slot = decltype(pick(*items.begin()));
   Slot* out = static_cast<Slot*>(malloc((items.size() + 1) * sizeof(Slot)));
   if (out == nullptr) return out;
@@ -62,34 +282,38 @@ auto snapshot(const Container& items, Pick pick) {
   return out;
 }
 
+template <class Value, class Pick>
+auto ordered_snapshot(const StringTable<Value>& table, Pick pick) {
+  return snapshot(table.ordered(), pick);
+}
+
 template <class Container>
 int size_of(const Container& items) {
   return static_cast<int>(items.size());
 }
 
-// The entry of `key`, inserted with `value` when the key is new (then `second` is true).
-// One descent of the tree either way, and a std::string is built only for a new key.
-template <class Map, class Key, class Value>
-std::pair<typename Map::iterator, bool> find_or_insert(Map& map, const Key& key, const Value& value) {
-  auto it = map.lower_bound(key);
-  if (it != map.end() && !map.key_comp()(key, it->first)) return {it, false};
-  return {map.emplace_hint(it, std::piecewise_construct, std::forward_as_tuple(key), std::forward_as_tuple(value)),
-          true};
-}
-
 // Inserts or replaces; 1 on a change, 0 when the key already had this value.
-template <class Map, class Key, class Value>
-int put_value(Map& map, const Key& key, const Value& value) {
-  auto [it, inserted] = find_or_insert(map, key, value);
+template <class Value>
+int put_value(StringTable<Value>& table, const Key& key, const Value& value) {
+  bool inserted;
+  auto* entry = table.find_or_insert(key, value, &inserted);
   if (inserted) return 1;
-  if (it->second == value) return 0;
-  it->second = value;
+  if (entry->value == value) return 0;
+  entry->value = value;
   return 1;
 }
 
-template <class Container, class Key>
-int erase_key(Container& items, const Key& key) {
-  auto it = items.find(key);
+template <class Value>
+int erase_key(StringTable<Value>& table, const Key& key) {
+  auto* entry = table.take(key);
+  if (entry == nullptr) return 0;
+  Entry<Value>::destroy(entry);
+  return 1;
+}
+
+template <class Container>
+int erase_id(Container& items, long long id) {
+  auto it = items.find(id);
   if (it == items.end()) return 0;
   items.erase(it);
   return 1;
@@ -101,35 +325,34 @@ void release(void* object, MY_ObjectDestroyFunc destroy) {
 
 // The put rule of both object maps. The old object is released after the new one is
 // stored, so a destroy callback never sees the map holding a dead object.
-template <class Map, class Key>
-int put_object(Map& map, const Key& key, void* object, MY_ObjectDestroyFunc destroy) {
-  auto [it, inserted] = find_or_insert(map, key, object);
+int put_object(StringTable<void*>& table, const Key& key, void* object, MY_ObjectDestroyFunc destroy) {
+  bool inserted;
+  Entry<void*>* entry = table.find_or_insert(key, object, &inserted);
+  if (inserted) return 1;
+  if (entry->value == object) return 0;
+  release(std::exchange(entry->value, object), destroy);
+  return 1;
+}
+
+int put_object(std::map<long long, void*>& map, long long id, void* object, MY_ObjectDestroyFunc destroy) {
+  auto [it, inserted] = map.emplace(id, object);
   if (inserted) return 1;
   if (it->second == object) return 0;
   release(std::exchange(it->second, object), destroy);
   return 1;
 }
 
-template <class Map, class Key>
-void* get_object(const Map& map, const Key& key) {
-  auto it = map.find(key);
-  return it == map.end() ? nullptr : it->second;
+// Empties the map first and then releases the objects in key order, so that callbacks see an
+// empty map.
+void clear_objects(StringTable<void*>& table, MY_ObjectDestroyFunc destroy) {
+  StringTable<void*> dropped;
+  dropped.swap(table);
+  if (destroy == nullptr) return;
+  for (Entry<void*>* entry : dropped.ordered()) release(entry->value, destroy);
 }
 
-template <class Map, class Key>
-int remove_object(Map& map, const Key& key, MY_ObjectDestroyFunc destroy) {
-  auto it = map.find(key);
-  if (it == map.end()) return 0;
-  void* object = it->second;
-  map.erase(it);
-  release(object, destroy);
-  return 1;
-}
-
-// Empties the map first and then releases the objects, so that callbacks see an empty map.
-template <class Map>
-void clear_objects(Map& map, MY_ObjectDestroyFunc destroy) {
-  Map dropped;
+void clear_objects(std::map<long long, void*>& map, MY_ObjectDestroyFunc destroy) {
+  std::map<long long, void*> dropped;
   dropped.swap(map);
   if (destroy == nullptr) return;
   for (const auto& entry : dropped) release(entry.second, destroy);
@@ -143,26 +366,24 @@ C_StringSet* string_set_create(void) { return new C_StringSet(); }
 
 int string_set_add(C_StringSet* set, const char* s) {
   MY_ASSERT_SIGNATURE(s);
-  std::string_view text(s);
-  auto it = set->items.lower_bound(text);
-  if (it != set->items.end() && *it == text) return 0;
-  set->items.emplace_hint(it, text);
-  return 1;
+  bool inserted;
+  set->items.find_or_insert(Key(s), NoValue(), &inserted);
+  return inserted;
 }
 
 int string_set_contains(const C_StringSet* set, const char* s) {
   MY_ASSERT_SIGNATURE(s);
-  return set->items.find(std::string_view(s)) != set->items.end();
+  return set->items.find(Key(s)) != nullptr;
 }
 
 int string_set_remove(C_StringSet* set, const char* s) {
   MY_ASSERT_SIGNATURE(s);
-  return erase_key(set->items, std::string_view(s));
+  return erase_key(set->items, Key(s));
 }
 
 int string_set_size(const C_StringSet* set) { return size_of(set->items); }
 
-const char** string_set_get_all(const C_StringSet* set) { return snapshot(set->items, text_of); }
+const char** string_set_get_all(const C_StringSet* set) { return ordered_snapshot(set->items, key_text<NoValue>); }
 
 C_StringSet* string_set_copy(const C_StringSet* set) { return set ? new C_StringSet(*set) : nullptr; }
 
@@ -176,29 +397,36 @@ C_StringMap* string_map_create(void) { return new C_StringMap(); }
 
 int string_map_put(C_StringMap* map, const char* key, const char* value) {
   MY_ASSERT_SIGNATURE(key);
-  if (value == nullptr) return erase_key(map->items, std::string_view(key));
-  return put_value(map->items, std::string_view(key), value);
+  if (value == nullptr) return erase_key(map->items, Key(key));
+  bool inserted;
+  Entry<std::string>* entry = map->items.find_or_insert(Key(key), std::string(), &inserted);
+  if (!inserted && entry->value == value) return 0;
+  entry->value = value;
+  return 1;
 }
 
 const char* string_map_get(const C_StringMap* map, const char* key) {
   MY_ASSERT_SIGNATURE(key);
-  auto it = map->items.find(std::string_view(key));
-  return it == map->items.end() ? nullptr : it->second.c_str();
+  const Entry<std::string>* entry = map->items.find(Key(key));
+  return entry == nullptr ? nullptr : entry->value.c_str();
 }
 
 int string_map_remove(C_StringMap* map, const char* key) {
   MY_ASSERT_SIGNATURE(key);
-  return erase_key(map->items, std::string_view(key));
+  return erase_key(map->items, Key(key));
 }
 
 int string_map_size(const C_StringMap* map) { return size_of(map->items); }
 
-const char** string_map_get_keys(const C_StringMap* map) { return snapshot(map->items, key_text<std::string>); }
+const char** string_map_get_keys(const C_StringMap* map) {
+  return ordered_snapshot(map->items, key_text<std::string>);
+}
 
-const char** string_map_get_values(const C_StringMap* map) { return snapshot(map->items, value_text); }
+const char** string_map_get_values(const C_StringMap* map) { return ordered_snapshot(map->items, value_text); }
 
 const char* string_map_first_key(const C_StringMap* map) {
-  return map->items.empty() ? nullptr : map->items.begin()->first.c_str();
+  const Entry<std::string>* first = map->items.first();
+  return first == nullptr ? nullptr : first->key();
 }
 
 C_StringMap* string_map_copy(const C_StringMap* map) { return map ? new C_StringMap(*map) : nullptr; }
@@ -213,29 +441,34 @@ C_LongByStringMap* long_by_string_map_create(void) { return new C_LongByStringMa
 
 int long_by_string_map_put(C_LongByStringMap* map, const char* key, long long value) {
   MY_ASSERT_SIGNATURE(key);
-  return put_value(map->items, std::string_view(key), value);
+  return put_value(map->items, Key(key), value);
 }
 
 long long long_by_string_map_get(const C_LongByStringMap* map, const char* key, long long default_value) {
   MY_ASSERT_SIGNATURE(key);
-  auto it = map->items.find(std::string_view(key));
-  return it == map->items.end() ? default_value : it->second;
+  const Entry<long long>* entry = map->items.find(Key(key));
+  return entry == nullptr ? default_value : entry->value;
 }
 
 int long_by_string_map_remove(C_LongByStringMap* map, const char* key) {
   MY_ASSERT_SIGNATURE(key);
-  return erase_key(map->items, std::string_view(key));
+  return erase_key(map->items, Key(key));
 }
 
 int long_by_string_map_size(const C_LongByStringMap* map) { return size_of(map->items); }
 
 const char** long_by_string_map_get_keys(const C_LongByStringMap* map) {
-  return snapshot(map->items, key_text<long long>);
+  return ordered_snapshot(map->items, key_text<long long>);
 }
 
 void long_by_string_map_clear(C_LongByStringMap* map) { map->items.clear(); }
 
 void long_by_string_map_free(C_LongByStringMap* map) { delete map; }
+
+long long* vona::long_by_string_map_find_or_insert(C_LongByStringMap* map, const char* key, size_t length,
+                                                   long long value, bool* inserted) {
+  return &map->items.find_or_insert(Key(key, length), value, inserted)->value;
+}
 
 // --- object_by_string_map ---------------------------------------------------------------
 
@@ -243,35 +476,39 @@ C_ObjectByStringMap* object_by_string_map_create(void) { return new C_ObjectBySt
 
 int object_by_string_map_put(C_ObjectByStringMap* map, const char* key, void* object, MY_ObjectDestroyFunc destroy) {
   MY_ASSERT_SIGNATURE(key);
-  return put_object(map->items, std::string_view(key), object, destroy);
+  return put_object(map->items, Key(key), object, destroy);
 }
 
 void* object_by_string_map_get(const C_ObjectByStringMap* map, const char* key) {
   MY_ASSERT_SIGNATURE(key);
-  return get_object(map->items, std::string_view(key));
+  const Entry<void*>* entry = map->items.find(Key(key));
+  return entry == nullptr ? nullptr : entry->value;
 }
 
 int object_by_string_map_contains_key(const C_ObjectByStringMap* map, const char* key) {
   MY_ASSERT_SIGNATURE(key);
-  return map->items.find(std::string_view(key)) != map->items.end();
+  return map->items.find(Key(key)) != nullptr;
 }
 
 int object_by_string_map_remove(C_ObjectByStringMap* map, const char* key, MY_ObjectDestroyFunc destroy) {
   MY_ASSERT_SIGNATURE(key);
-  return remove_object(map->items, std::string_view(key), destroy);
+  Entry<void*>* entry = map->items.take(Key(key));
+  if (entry == nullptr) return 0;
+  void* object = entry->value;
+  Entry<void*>::destroy(entry);
+  release(object, destroy);
+  return 1;
 }
 
 int object_by_string_map_filter(C_ObjectByStringMap* map, MY_ObjectKeepFunc keep, void* context,
                                 MY_ObjectDestroyFunc destroy) {
   MY_ASSERT(keep);
   int removed = 0;
-  for (auto it = map->items.begin(); it != map->items.end();) {
-    if (keep(it->first.c_str(), it->second, context)) {
-      ++it;
-      continue;
-    }
-    void* object = it->second;
-    it = map->items.erase(it);
+  for (Entry<void*>* entry : map->items.ordered()) {
+    if (keep(entry->key(), entry->value, context)) continue;
+    map->items.take(Key(entry->key(), entry->length));
+    void* object = entry->value;
+    Entry<void*>::destroy(entry);
     release(object, destroy);
     ++removed;
   }
@@ -281,7 +518,7 @@ int object_by_string_map_filter(C_ObjectByStringMap* map, MY_ObjectKeepFunc keep
 int object_by_string_map_size(const C_ObjectByStringMap* map) { return size_of(map->items); }
 
 const char** object_by_string_map_get_keys(const C_ObjectByStringMap* map) {
-  return snapshot(map->items, key_text<void*>);
+  return ordered_snapshot(map->items, key_text<void*>);
 }
 
 void object_by_string_map_clear(C_ObjectByStringMap* map, MY_ObjectDestroyFunc destroy) {
@@ -302,7 +539,7 @@ int id_set_add(C_IdSet* set, long long id) { return set->items.insert(id).second
 
 int id_set_contains(const C_IdSet* set, long long id) { return set->items.count(id) != 0; }
 
-int id_set_remove(C_IdSet* set, long long id) { return erase_key(set->items, id); }
+int id_set_remove(C_IdSet* set, long long id) { return erase_id(set->items, id); }
 
 int id_set_size(const C_IdSet* set) { return size_of(set->items); }
 
@@ -320,12 +557,20 @@ int object_by_id_map_put(C_ObjectByIdMap* map, long long id, void* object, MY_Ob
   return put_object(map->items, id, object, destroy);
 }
 
-void* object_by_id_map_get(const C_ObjectByIdMap* map, long long id) { return get_object(map->items, id); }
+void* object_by_id_map_get(const C_ObjectByIdMap* map, long long id) {
+  auto it = map->items.find(id);
+  return it == map->items.end() ? nullptr : it->second;
+}
 
 int object_by_id_map_contains_key(const C_ObjectByIdMap* map, long long id) { return map->items.count(id) != 0; }
 
 int object_by_id_map_remove(C_ObjectByIdMap* map, long long id, MY_ObjectDestroyFunc destroy) {
-  return remove_object(map->items, id, destroy);
+  auto it = map->items.find(id);
+  if (it == map->items.end()) return 0;
+  void* object = it->second;
+  map->items.erase(it);
+  release(object, destroy);
+  return 1;
 }
 
 int object_by_id_map_size(const C_ObjectByIdMap* map) { return size_of(map->items); }

@@ -67,22 +67,28 @@ int write_line_v(const char* format, va_list args) {
   }
   unsigned long thread = static_cast<unsigned long>(pthread_self());
 
-  va_list output_args;
-  va_copy(output_args, args);
-  if (g_syslog_ident) {
-    char message[kSyslogMessageSize];
-    vsnprintf(message, sizeof message, format, output_args);
-    syslog(LOG_INFO, "[%d] [t%lu] [%s] %s\n", g_pid, thread, stamp, message);
-  } else {
-    fprintf(stderr, "[%d] [t%lu] [%s] ", g_pid, thread, stamp);
-    vfprintf(stderr, format, output_args);
-    fputc('\n', stderr);
-  }
-  va_end(output_args);
-
+  // The line is formatted once; one that fits the scratch buffer goes out in one write, so
+  // that lines of several processes sharing a log file never interleave.
   char scratch[kScratchSize];
   int prefix = snprintf(scratch, sizeof scratch, "[%d] [t%lu] [%s] ", g_pid, thread, stamp);
-  return vsnprintf(scratch + prefix, sizeof scratch - prefix, format, args);
+  va_list output_args;
+  va_copy(output_args, args);
+  int length = vsnprintf(scratch + prefix, sizeof scratch - prefix, format, output_args);
+  va_end(output_args);
+  bool whole = length >= 0 && (size_t)prefix + (size_t)length + 1 < sizeof scratch;
+  if (g_syslog_ident) {
+    char message[kSyslogMessageSize];
+    vsnprintf(message, sizeof message, format, args);
+    syslog(LOG_INFO, "[%d] [t%lu] [%s] %s\n", g_pid, thread, stamp, message);
+  } else if (whole) {
+    scratch[prefix + length] = '\n';
+    fwrite(scratch, 1, (size_t)prefix + (size_t)length + 1, stderr);
+  } else {
+    fprintf(stderr, "[%d] [t%lu] [%s] ", g_pid, thread, stamp);
+    vfprintf(stderr, format, args);
+    fputc('\n', stderr);
+  }
+  return length;
 }
 
 int write_line(const char* format, ...) VONA_PRINTF(1, 2);

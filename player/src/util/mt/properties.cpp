@@ -14,6 +14,7 @@
 #include <functional>
 #include <vector>
 
+#include "player/src/util/mt/containers.hpp"
 #include "player/src/util/mt/properties.hpp"
 
 namespace {
@@ -135,19 +136,46 @@ class EntryFinder {
   size_t mask_ = 0;
 };
 
-// Appends an entry that takes the heap key and value.
-void append_entry(properties* p, char* key, char* value) {
+// Appends an entry that takes the heap key and value, without touching the index.
+void append_unindexed(properties* p, char* key, char* value) {
   MY_ASSERT(p);
   ensure_capacity(p, p->count + 1);
   p->keys[p->count] = key;
   p->values[p->count] = value;
-  if (p->index != nullptr) long_by_string_map_put(p->index, key, p->count);
   p->count++;
+}
+
+// Appends an entry that takes the heap key and value.
+void append_entry(properties* p, char* key, char* value) {
+  MY_ASSERT(p);
+  if (p->index != nullptr) long_by_string_map_put(p->index, key, p->count);
+  append_unindexed(p, key, value);
+}
+
+// set_entry of a container with an index: one hash of the key finds its position or
+// records the position of the new entry. A position that a removal left stale is recognised
+// by its key, and the keys are scanned instead, as find_entry does.
+void set_indexed_entry(properties* p, const char* key, size_t key_length, char* value) {
+  bool inserted;
+  long long* position = vona::long_by_string_map_find_or_insert(p->index, key, key_length, p->count, &inserted);
+  int found = -1;
+  if (!inserted) {
+    found = *position < p->count && strcmp(p->keys[*position], key) == 0 ? (int)*position : scan(p, key);
+  }
+  if (found >= 0) {
+    free(p->values[found]);
+    p->values[found] = value;
+    return;
+  }
+  *position = p->count;
+  append_unindexed(p, copy_text(key, key_length), value);
 }
 
 // Stores the heap value under the key (NUL-terminated at key[key_length]): in place of the
 // value of an existing entry, or as a new entry with a copy of the key.
 void set_entry(properties* p, const char* key, size_t key_length, char* value, EntryFinder* finder = nullptr) {
+  MY_ASSERT(p);
+  if (p->index != nullptr) return set_indexed_entry(p, key, key_length, value);
   int position = finder != nullptr ? finder->find(key, key_length) : find_entry(p, key);
   if (position >= 0) {
     free(p->values[position]);
