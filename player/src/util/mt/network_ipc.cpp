@@ -217,10 +217,10 @@ network_mount* try_ensure_network_mount(int type, const char* server, const char
       usleep(kListPollUs);
       continue;
     }
-    // A mount on its way is waited for when this owner holds a lock on it already; otherwise
-    // the owner's lock has yet to be asked for, as for a mounted one.
+    // A mount on its way is waited for as it is; a mounted one without this owner's lock, a
+    // failed one or none is asked for (the request adds the owner's lock).
     long long id = 0;
-    if (status == NETWORK_MOUNT_STATUS_MOUNTING && network_mount_has_owner(m, owner)) {
+    if (status == NETWORK_MOUNT_STATUS_MOUNTING) {
       id = m->id;
     } else {
       log_print("%s: sending mount", label.c_str());

@@ -30,18 +30,19 @@
  *   "mounted" with a lock of owner: "%s: already mounted with id %lld", send "touch", return it;
  *   "unmounting": wait (poll every 40 ms, "%s: still waiting for unmounting" every tenth poll,
  *     "%s: timed out waiting for unmounting" after 10 s) and look again;
- *   "mounting" with a lock of owner: wait for that id (below);
- *   anything else ("mounted" or "mounting" without owner's lock, "error", none): "%s: sending
- *     mount" and send "mount" (which adds owner's lock); "pending" looks again at once,
- *     another status but "ok" gives null;
+ *   "mounting": wait for that id (below), without a request: an owner that finds the share
+ *     on its way gets it without a lock of its own (the daemon may unmount it under that
+ *     owner once the others unlock; callers that need the lock ask again after it is mounted);
+ *   anything else ("mounted" without owner's lock, "error", none): "%s: sending mount" and
+ *     send "mount" (which adds owner's lock); "pending" looks again at once, another status
+ *     but "ok" gives null;
  *   waiting for the id ("%s: waiting for mount on ID", polls every 20 ms): gone
  *     ("%s: mount %lld disappeared") or "error" ("%s: mount %lld failed") give null, "mounted"
  *     ("%s: mount %lld DONE") returns it, "unmounting" ("%s: mount %lld is now unmounting")
  *     looks again from the start, "mounting" waits on up to 10 s ("%s: timed out waiting for
  *     mount on ID").
  * The mount returned is an element of the calling thread's current list: valid until that
- * thread's next reload. A null owner counts as holding a lock on every mount (it is waited
- * for without a request).
+ * thread's next reload. A null owner counts as holding a lock on every mount.
  *
  * try_network_umount, label "[umount] ID": 0 when the mount is gone or in "error", 1 on a
  * failure or after 10 s, 2 when the daemon answered "busy" (somebody holds a lock).
