@@ -57,7 +57,8 @@ struct Output {
   static int record(void* user, const char* data, int length) {
     Output* o = static_cast<Output*>(user);
     o->empty += length == 0;
-    o->bytes += length > 1 ? std::string("<longer chunk>") : std::string(data, (size_t)length);
+    if (length > 1) o->bytes += "<longer chunk>";
+    else if (length == 1) o->bytes += data[0];
     return (length == 0 && o->empty == o->cancel_at_empty) || (length && o->bytes.size() == o->cancel_at_bytes);
   }
   cmd_result run(const string_array* args) { return cmd_utils_run_cmd(args, record, this); }

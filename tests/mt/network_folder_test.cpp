@@ -191,7 +191,10 @@ TEST(NetworkFolderLookups, MatchWholeSegments) {
 TEST_F(NetworkFolderTest, EachThreadHasItsOwnCurrentList) {
   test::write_file(path(), "id_counter = 2\nid.0 = NF001\nname.0 = A\nserver.0 = s\ndirectory.0 = d\n");
   test::LogLock log_lock;
-  // Each thread reloads twice (the list is cleared first) and reports its list, folders and counter.
+  // Each thread reloads twice (the list is cleared first) and reports its list, folders and
+  // counter; both wait for each other before they end, so that their lists are alive together.
+  static pthread_barrier_t both_seen;
+  pthread_barrier_init(&both_seen, nullptr, 2);
   struct Seen {
     network_folder_list* list;
     Rows folders;
@@ -201,12 +204,14 @@ TEST_F(NetworkFolderTest, EachThreadHasItsOwnCurrentList) {
     Seen* s = static_cast<Seen*>(arg);
     for (int i = 0; i < 2; ++i) network_folder_list_reload_current(&s->counter, 0);
     *s = Seen{network_folder_list_get_current(), rows(network_folder_list_get_current()), s->counter};
+    pthread_barrier_wait(&both_seen);
     return nullptr;
   };
   network_folder_list* mine = network_folder_list_get_current();
   pthread_t threads[2];
   for (int i = 0; i < 2; ++i) ASSERT_EQ(pthread_create(&threads[i], nullptr, run, &seen[i]), 0);
   for (pthread_t t : threads) pthread_join(t, nullptr);
+  pthread_barrier_destroy(&both_seen);
   EXPECT_TRUE(seen[0].list != mine && seen[1].list != mine && seen[0].list != seen[1].list);
   for (const Seen& s : seen) {
     EXPECT_EQ(s.folders, Rows{"NF001 A 0 s d '' '' 1"});
