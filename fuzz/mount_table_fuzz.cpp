@@ -1,6 +1,6 @@
 // The mount table reader and the mount cache on arbitrary tables: fields stay inside their
 // buffers, unescaping leaves a backslash only among the last three characters, the type has
-// no blank, option values lie inside the options, and every cached target holds itself.
+// no blank, option values lie inside the options, and every cached absolute target holds itself.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -47,7 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         abort();
       }
     }
-    if (is_cached_type(entry.type)) cached_targets.push_back(entry.target);
+    // A relative target never matches a path, not even itself: the lookup's first match must
+    // have '/' at the length matched so far, which starts at 0.
+    if (is_cached_type(entry.type) && entry.target[0] == '/') cached_targets.push_back(entry.target);
   }
   mount_utils_close_mounts(mounts);
   mount_cache_update();
