@@ -1,7 +1,5 @@
 #include "player/src/util/mt/network_ipc.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -10,7 +8,6 @@
 #include <string>
 
 #include "player/src/util/mt/common.h"
-#include "player/src/util/mt/file_utils.h"
 #include "player/src/util/mt/log.h"
 #include "player/src/util/mt/progress.h"
 #include "player/src/util/mt/properties.h"
@@ -21,36 +18,9 @@ namespace {
 const char kPrefix[] = "[network_ipc]";
 const long long kTimeoutUs = 10000000;
 const useconds_t kListPollUs = 20000;
-const useconds_t kTurnPollUs = 5000;
 
 // The process-wide connection, set once by network_ipc_open.
 simple_ipc* network_ipc = nullptr;
-
-// A client's turn at the daemon's directory (see "Taking turns" in the header): an exclusive
-// flock on its lock file, held for the life of the object. (Not on the directory itself:
-// locks on the directories of two different daemons were seen to block each other.)
-class Turn {
- public:
-  Turn() {
-    if (network_ipc == nullptr) return;
-    std::string lock_path = std::string(network_ipc->dir_path) + "/" + NETWORK_IPC_LOCK_FILE;
-    fd_ = FS_open_with_mode(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (fd_ < 0) return;
-    long long deadline = vona::monotonic_us() + kTimeoutUs;
-    while (flock(fd_, LOCK_EX | LOCK_NB) != 0 && vona::monotonic_us() <= deadline) {
-      progress_heartbeat();
-      usleep(kTurnPollUs);
-    }
-  }
-  ~Turn() {
-    if (fd_ >= 0) close(fd_);  // closing releases the lock
-  }
-  Turn(const Turn&) = delete;
-  Turn& operator=(const Turn&) = delete;
-
- private:
-  int fd_ = -1;
-};
 
 std::string format(const char* format, ...) VONA_PRINTF(1, 2);
 std::string format(const char* format, ...) {
@@ -64,9 +34,7 @@ std::string format(const char* format, ...) {
 
 void set_id(properties* p, long long id) { properties_set(p, "id", format("%lld", id).c_str()); }
 
-// A waiting exchange in turn with the other clients.
 simple_ipc_status exchange(const char* name, const properties* parameters, properties** response) {
-  Turn turn;
   return vona::simple_ipc_exchange(network_ipc, kPrefix, name, parameters, response);
 }
 
@@ -183,11 +151,7 @@ int network_ipc_send_touch(long long id) {
   properties* p = properties_create_empty();
   set_id(p, id);
   char request_id[SIMPLE_IPC_MAX_ID_SIZE];
-  bool sent;
-  {
-    Turn turn;
-    sent = vona::simple_ipc_send_fresh_request(network_ipc, kPrefix, "touch", p, request_id);
-  }
+  bool sent = vona::simple_ipc_send_fresh_request(network_ipc, kPrefix, "touch", p, request_id);
   properties_free(p);
   return sent;
 }

@@ -13,14 +13,9 @@
  * A waiting sender removes the daemon's old answers, sends, and polls for its answer every
  * 50 ms for up to 10 seconds on the monotonic clock, calling progress_heartbeat on each poll.
  *
- * Taking turns. Removing old answers deletes every answer in the daemon's directory, also
- * one that another client (another thread, another process) has not collected yet, which
- * would leave that client waiting for its time-out. So the exchanges of all clients of the
- * daemon take turns: a sender holds an exclusive flock(2) on the file "network_ipc.lock" in
- * the daemon's directory (made when missing, left in place) from the removal until its answer
- * came (or its wait ended). A sender that has not got its turn after 10 seconds (calling
- * progress_heartbeat meanwhile) goes ahead without it. The daemon ignores the file (it is no
- * ".cmd" file), and clients that do not take turns are not affected.
+ * The senders take their turns with the storage client and every other daemon client (see
+ * "Taking turns" in simple_ipc_client.h), so that removing old answers never takes another
+ * client's answer.
  *
  * The procedures poll the published list (network_mount.h) through the calling thread's
  * current list, with every time-out measured from the call's start on the monotonic clock:
@@ -57,8 +52,6 @@
 
 /* The daemon's server id. */
 #define NETWORK_IPC_SERVER_ID "network_manager"
-/* The file in the daemon's directory whose lock the senders take turns on. */
-#define NETWORK_IPC_LOCK_FILE "network_ipc.lock"
 
 VONA_BEGIN_DECLS
 

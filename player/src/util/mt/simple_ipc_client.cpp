@@ -1,6 +1,8 @@
 #include "player/src/util/mt/simple_ipc_client.hpp"
 
+#include <fcntl.h>
 #include <pthread.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -32,6 +34,48 @@ long long take_counter() {
 
 std::string file_path(const simple_ipc* client, const char* name, const char* extension) {
   return std::string(client->dir_path) + "/" + name + extension;
+}
+
+// A daemon client's turn at its server's directory (see "Taking turns" in the header): an
+// exclusive flock on the turn file, held for the life of the object. (Not on the directory
+// itself: locks on the directories of two different servers were seen to block each other.)
+class Turn {
+ public:
+  explicit Turn(const simple_ipc* client) {
+    if (client == nullptr) return;
+    fd_ = FS_open_with_mode(file_path(client, SIMPLE_IPC_TURN_FILE, "").c_str(), O_RDWR | O_CREAT | O_CLOEXEC,
+                            0666);
+    if (fd_ < 0) return;
+    long long deadline = vona::monotonic_us() + vona::SimpleIpcWait().timeout_us;
+    while (flock(fd_, LOCK_EX | LOCK_NB) != 0 && vona::monotonic_us() <= deadline) {
+      progress_heartbeat();
+      usleep(kTurnPollUs);
+    }
+  }
+  ~Turn() {
+    if (fd_ >= 0) close(fd_);  // closing releases the lock
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+ private:
+  static const useconds_t kTurnPollUs = 5000;
+  int fd_ = -1;
+};
+
+// simple_ipc_send_fresh_request without taking a turn: the caller holds it.
+bool send_fresh_request(simple_ipc* client, const char* log_prefix, const char* name, const properties* parameters,
+                        char* id) {
+  if (client == nullptr) {
+    log_print("%s command '%s' failed: ipc not opened", log_prefix, name);
+    return false;
+  }
+  simple_ipc_remove_all_responses(client);
+  if (!simple_ipc_send_request(client, name, parameters, id)) {
+    log_print("%s failed to send request '%s'", log_prefix, name);
+    return false;
+  }
+  return true;
 }
 
 // The client record; the assertion of a missing id is reported from here.
@@ -142,24 +186,17 @@ simple_ipc_status simple_ipc_status_from_string(const char* text, simple_ipc_sta
 
 bool vona::simple_ipc_send_fresh_request(simple_ipc* client, const char* log_prefix, const char* name,
                                          const properties* parameters, char* id) {
-  if (client == nullptr) {
-    log_print("%s command '%s' failed: ipc not opened", log_prefix, name);
-    return false;
-  }
-  simple_ipc_remove_all_responses(client);
-  if (!simple_ipc_send_request(client, name, parameters, id)) {
-    log_print("%s failed to send request '%s'", log_prefix, name);
-    return false;
-  }
-  return true;
+  Turn turn(client);
+  return send_fresh_request(client, log_prefix, name, parameters, id);
 }
 
 simple_ipc_status vona::simple_ipc_exchange(simple_ipc* client, const char* log_prefix, const char* name,
                                             const properties* parameters, properties** response,
                                             const SimpleIpcWait& wait) {
   if (response != nullptr) *response = nullptr;
+  Turn turn(client);
   char id[SIMPLE_IPC_MAX_ID_SIZE];
-  if (!simple_ipc_send_fresh_request(client, log_prefix, name, parameters, id)) return SIMPLE_IPC_STATUS_ERROR;
+  if (!send_fresh_request(client, log_prefix, name, parameters, id)) return SIMPLE_IPC_STATUS_ERROR;
   log_print("%s request '%s' is sent; waiting response", log_prefix, id);
   long long deadline = vona::monotonic_us() + wait.timeout_us;
   properties* answer = nullptr;

@@ -28,6 +28,14 @@
  * (old answers removed, the request sent, polls every 50 ms with a progress heartbeat until
  * a 10-second deadline on the monotonic clock, success only for the status "ok").
  *
+ * Taking turns. So that the removal of old answers cannot take another daemon client's
+ * answer, the exchanges of all daemon clients of a server take turns: a sender holds an
+ * exclusive flock(2) on the file SIMPLE_IPC_TURN_FILE in the server's directory (made when
+ * missing, left in place) from the removal until its answer came or its wait ended. A sender
+ * that has not got its turn after 10 seconds (calling progress_heartbeat meanwhile) goes
+ * ahead without it. The server ignores the file (it is no ".cmd" file), and clients that do
+ * not take turns (the plain functions below) are not held up by it.
+ *
  * All functions may be called from any thread; only the request counter is shared. */
 #ifndef VONAUTIL_SIMPLE_IPC_CLIENT_H
 #define VONAUTIL_SIMPLE_IPC_CLIENT_H
@@ -45,6 +53,9 @@ typedef enum simple_ipc_status {
   SIMPLE_IPC_STATUS_BUSY = 3,      /* "busy" */
   SIMPLE_IPC_STATUS_TIMED_OUT = 4  /* "timed_out" */
 } simple_ipc_status;
+
+/* The file in a server's directory whose lock the daemon clients take turns on. */
+#define SIMPLE_IPC_TURN_FILE "clients.lock"
 
 /* The request ids fit buffers of this size, terminator included. */
 #define SIMPLE_IPC_MAX_ID_SIZE 256

@@ -31,17 +31,17 @@ struct SimpleIpcWait {
 
 // The first half of an exchange, also used alone by the senders that do not wait:
 // with a null client logs "PREFIX command 'NAME' failed: ipc not opened" and fails;
-// otherwise deletes all old responses of the server (see the note on concurrent clients in
-// simple_ipc_client.h), sends the request and stores its id in `id`
-// (SIMPLE_IPC_MAX_ID_SIZE bytes). A failed send logs "PREFIX failed to send request 'NAME'".
-// True when the request file was written.
+// otherwise, in its turn with the other daemon clients (see "Taking turns" in
+// simple_ipc_client.h), deletes all old responses of the server, sends the request and
+// stores its id in `id` (SIMPLE_IPC_MAX_ID_SIZE bytes). A failed send logs
+// "PREFIX failed to send request 'NAME'". True when the request file was written.
 bool simple_ipc_send_fresh_request(simple_ipc* client, const char* log_prefix, const char* name,
                                    const properties* parameters, char* id);
 
-// A whole exchange: simple_ipc_send_fresh_request, then "PREFIX request 'ID' is sent;
-// waiting response", then polls: until the deadline (taken once, `wait.timeout_us` after
-// the start) has passed, it calls progress_heartbeat, sleeps `wait.poll_us` and looks for
-// the answer. A failing clock read is reported with perror("clock_gettime") and counts as
+// A whole exchange, in one turn: simple_ipc_send_fresh_request, then "PREFIX request 'ID'
+// is sent; waiting response", then polls: until the deadline (taken once, `wait.timeout_us`
+// after the start) has passed, it calls progress_heartbeat, sleeps `wait.poll_us` and looks
+// for the answer. A failing clock read is reported with perror("clock_gettime") and counts as
 // time zero. On an answer it logs "PREFIX request 'ID' finished (succeeded)" for the status
 // "ok" and "(failed)" for any other (a missing status counts as "error").
 // Returns the answer's status, SIMPLE_IPC_STATUS_TIMED_OUT after "PREFIX request 'ID' timed

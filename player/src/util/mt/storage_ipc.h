@@ -7,7 +7,9 @@
  * the status "ok". The others remove the old answers and send; they return 1 when the
  * request file was written. Without an open connection every sender logs
  * "[storage_ipc] command 'NAME' failed: ipc not opened" and returns 0. All log lines carry
- * the tag "[storage_ipc]". */
+ * the tag "[storage_ipc]". Every sender takes its turn with the other daemon clients of the
+ * server ("Taking turns" in simple_ipc_client.h), so that removing old answers never takes
+ * another client's answer. */
 #ifndef VONAUTIL_STORAGE_IPC_H
 #define VONAUTIL_STORAGE_IPC_H
 
