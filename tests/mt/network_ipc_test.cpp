@@ -1,9 +1,3 @@
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <thread>
 
 #include "test_support.hpp"
@@ -12,10 +6,15 @@ namespace {
 
 const bool initialized = (xml_document_initialize(), true);
 
-#define EXPECT_LOGGED(log, part) EXPECT_NE(std::string::npos, (log).find(part)) << (log)
-#define EXPECT_NOT_LOGGED(log, part) EXPECT_EQ(std::string::npos, (log).find(part)) << (log)
-
 const char kLabel[] = "[ensure_mnt] smb://nas:music: ";
+
+// "ID STATUS PATH OWNER,OWNER" of a mount, or "none".
+std::string summary(const network_mount* m) {
+  if (m == nullptr) return "none";
+  std::string owners = m->locks ? test::take_string(string_array_join(m->locks, ",", 0, -1)) : "";
+  return std::to_string(m->id) + ' ' + network_mount_status_to_string(m->status) + ' ' + m->path +
+         ' ' + owners;
+}
 
 // Each test runs the network daemon (the tool's stand-in, or a scripted fake) in a process of
 // its own, on the test's sandbox root.
@@ -34,11 +33,7 @@ class NetworkIpc : public test::SandboxTest {
   void start_daemon(const std::string& options) {
     std::string command = "exec " VONAUTIL_TOOL " daemon network_manager " + options + " >" +
                           sandbox.path("/daemon.out") + " 2>&1";
-    daemon = fork();
-    if (daemon == 0) {
-      execl("/bin/sh", "sh", "-c", command.c_str(), (char*)nullptr);
-      _exit(127);
-    }
+    daemon = test::spawn([&] { return execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
     for (int i = 0; i < 500 && access(dir().c_str(), F_OK) != 0; ++i) usleep(10000);
     ASSERT_TRUE(network_ipc_open());
   }
@@ -46,7 +41,8 @@ class NetworkIpc : public test::SandboxTest {
   std::string dir() const { return sandbox.path("/tmp/run/ipc__network_manager"); }
 
   network_mount* ensure_smb(const char* owner) {
-    return try_ensure_network_mount(NETWORK_FOLDER_TYPE_SMB, "nas", "music", "guest", "pw", -1, owner);
+    return try_ensure_network_mount(NETWORK_FOLDER_TYPE_SMB, "nas", "music", "guest", "pw", -1,
+                                    owner);
   }
   // The published mount with that id, or null.
   network_mount* published(long long id) {
@@ -60,249 +56,186 @@ class NetworkIpc : public test::SandboxTest {
   std::string log;
 };
 
+// A share found "unmounting" is waited out (a mount request now would be refused as busy), then
+// mounted for each owner, and unmounted after the last unlock.
 TEST_F(NetworkIpc, MountsForEachOwnerAndUnmountsAfterTheLastUnlock) {
-  start_daemon("--mount-delay 60");
+  network_mount_list* list = network_mount_list_create();
+  network_mount_list_add(list, network_mount_create(4, "/tmp/mnt/network/4",
+                                                    NETWORK_FOLDER_TYPE_SMB, "nas", "music", "", "",
+                                                    -1, nullptr));
+  list->items[0]->status = NETWORK_MOUNT_STATUS_UNMOUNTING;
+  std::string list_path = sandbox.path(NETWORK_MOUNT_LIST_PATH);
+  ASSERT_EQ(0, network_mount_list_save_to_file(list, list_path.c_str(), 4));
+  network_mount_list_free(list);
+  start_daemon("--mount-delay 60");  // takes the list over: mount 4 is gone after 60 ms
   network_mount* m = nullptr;
   log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(1, m->id);
-  EXPECT_EQ(NETWORK_MOUNT_STATUS_MOUNTED, m->status);
-  EXPECT_STREQ("/tmp/mnt/network/1", m->path);
-  EXPECT_STREQ("guest", m->user_name);
-  EXPECT_TRUE(network_mount_has_owner(m, "shell"));
-  EXPECT_LOGGED(test::read_file(sandbox.path("/tmp/run/network_mount_list.xml")), "    status=\"mounted\"\n");
-  struct stat st;
-  EXPECT_EQ(0, stat(sandbox.path("/tmp/mnt/network/1").c_str(), &st));
-  for (const char* line : {"sending mount\n", "waiting for mount on 1\n", "mount 1 DONE\n"}) {
-    EXPECT_LOGGED(log, kLabel + std::string(line));
+  EXPECT_EQ("5 mounted /tmp/mnt/network/5 shell", summary(m));
+  for (const char* line : {"sending mount\n", "waiting for mount on 5\n", "mount 5 DONE\n"}) {
+    EXPECT_CONTAINS(log, kLabel + std::string(line));
   }
-  EXPECT_LOGGED(log, "] [network_ipc] request 'mount.");
 
   // The same owner again: returned at once, and touched.
   log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-  ASSERT_NE(nullptr, m);
-  EXPECT_LOGGED(log, kLabel + std::string("already mounted with id 1\n"));
-  EXPECT_NOT_LOGGED(log, "sending mount");
-  for (int i = 0; i < 100 && daemon_output().find("touch (") == std::string::npos; ++i) usleep(10000);
-  EXPECT_LOGGED(daemon_output(), "touch (process " + std::to_string(getpid()));
-  EXPECT_LOGGED(daemon_output(), ") id=1\n");
-
-  // A second owner gets the same mount, locked by both.
-  log = test::captured_stderr([&] { m = ensure_smb("player"); });
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(1, m->id);
-  EXPECT_LOGGED(log, kLabel + std::string("sending mount\n"));
-  EXPECT_EQ("shell,player", test::take_string(string_array_join(m->locks, ",", 0, -1)));
-
-  // Busy until the last owner lets go.
-  log = test::captured_stderr([&] { EXPECT_EQ(2, try_network_umount(1)); });
-  EXPECT_LOGGED(log, "] [umount] 1: IPC returned: busy\n");
-  unlock_network_mount(1, "shell");
-  EXPECT_EQ(2, try_network_umount(1));
-  EXPECT_FALSE(network_mount_has_owner(published(1), "shell"));
-  unlock_network_mount(1, "player");
-  log = test::captured_stderr([&] { EXPECT_EQ(0, try_network_umount(1)); });
-  for (const char* line : {"IPC returned: ok\n", "waiting for 1 unmounted\n", "unmounted OK\n"}) {
-    EXPECT_LOGGED(log, "] [umount] 1: " + std::string(line));
+  EXPECT_EQ("5 mounted /tmp/mnt/network/5 shell", summary(m));
+  EXPECT_EQ(0u, test::log_messages(log).find(
+                    kLabel + std::string("already mounted with id 5\n[simple_ipc_client] "
+                                         "scheduled request 'touch.")))
+      << log;
+  for (int i = 0; i < 100 && daemon_output().find("touch (") == std::string::npos; ++i) {
+    usleep(10000);
   }
-  EXPECT_EQ(nullptr, published(1));
-  EXPECT_NE(0, stat(sandbox.path("/tmp/mnt/network/1").c_str(), &st));
+  EXPECT_CONTAINS(daemon_output(), "touch (process " + std::to_string(getpid()));
+
+  // A second owner gets the same mount, locked by both; it is busy until the last lets go.
+  log = test::captured_stderr([&] { m = ensure_smb("player"); });
+  EXPECT_EQ("5 mounted /tmp/mnt/network/5 shell,player", summary(m));
+  EXPECT_CONTAINS(log, kLabel + std::string("sending mount\n"));
+  log = test::captured_stderr([&] { EXPECT_EQ(2, try_network_umount(5)); });
+  EXPECT_CONTAINS(log, "] [umount] 5: IPC returned: busy\n");
+  unlock_network_mount(5, "shell");
+  EXPECT_EQ(2, try_network_umount(5));
+  EXPECT_EQ("5 mounted /tmp/mnt/network/5 player", summary(published(5)));
+  unlock_network_mount(5, "player");
+  log = test::captured_stderr([&] { EXPECT_EQ(0, try_network_umount(5)); });
+  for (const char* line : {"IPC returned: ok\n", "waiting for 5 unmounted\n", "unmounted OK\n"}) {
+    EXPECT_CONTAINS(log, "] [umount] 5: " + std::string(line));
+  }
+  EXPECT_EQ("none", summary(published(5)));
   log = test::captured_stderr([&] {
-    EXPECT_EQ(0, try_network_umount(1));
-    unlock_network_mount(1, "shell");
+    EXPECT_EQ(0, try_network_umount(5));
+    unlock_network_mount(5, "shell");
   });
-  EXPECT_LOGGED(log, "] [umount] 1: disappeared\n");
-  EXPECT_LOGGED(log, "] [unlock] owner 'shell' from 1: disappeared\n");
-  EXPECT_NOT_LOGGED(log, "request 'unlock.");
+  EXPECT_EQ("[umount] 5: disappeared\n[unlock] owner 'shell' from 5: disappeared\n",
+            test::log_messages(log));
 
   // The same through the tool, for a stored folder; ids go on from the highest given out.
-  network_folder_list* folders = network_folder_list_create();
-  network_folder_list_add(folders, network_folder_create("NF001", "Music", NETWORK_FOLDER_TYPE_SMB, "nas", "music",
-                                                         "guest", "pw", -1));
-  test::make_dirs(sandbox.path("/config"));
-  test::captured_stderr([&] { network_folder_list_save(folders, 0, 2); });
-  network_folder_list_free(folders);
-  std::string out;
-  struct Case {
-    const char* arguments;
-    int status;
-    const char* output;
-    bool merge = false;  // standard error too; the output is then looked for in it
-  } cases[] = {
-      {"net mount Music --owner tv", 0, "2 mounted smb://nas:music /tmp/mnt/network/2 locks: tv\n"},
-      {"net mounts", 0, "max_mount_id 2\n2 mounted smb://nas:music /tmp/mnt/network/2 locks: tv\n"},
-      {"net umount 2", 1, "\nvonautil net: mount 2 is busy: other owners hold locks on it\n", true},
-      {"net unlock 2 tv", 0, "2 mounted smb://nas:music /tmp/mnt/network/2\n"},
-      {"net unlock 2 tv", 0, "2 mounted smb://nas:music /tmp/mnt/network/2\n"},  // holds none: fine
-      {"net umount 2", 0, "mount 2 is unmounted\n"},
-      {"net unlock 2 tv", 1, ""},
-      {"net mount Films", 1, ""},
-      {"net mount", 2, ""},
-      {"net mount Music --owner", 2, ""},
-      {"net umount 0", 2, ""},
-      {"net umount 2 3", 2, ""},
-      {"net unlock x tv", 2, ""},
-      {"net mounts all", 2, ""},
+  std::string mounted = "6 mounted smb://nas:music /tmp/mnt/network/6";
+  std::vector<test::ToolRow> rows = {
+      {"net add-folder Music smb nas music --user guest --password pw", 0, "NF001\n"},
+      {"net mount Music --owner tv", 0, mounted + " locks: tv\n"},
+      {"net mounts", 0, "max_mount_id 6\n" + mounted + " locks: tv\n"},
+      {"net umount 6", 1, "vonautil net: mount 6 is busy: other owners hold locks on it\n"},
+      {"net unlock 6 tv", 0, mounted + "\n"},
+      {"net unlock 6 tv", 0, mounted + "\n"},  // holds none: fine
+      {"net umount 6", 0, "mount 6 is unmounted\n"},
+      {"net unlock 6 tv", 1, "vonautil net: no mount 6\n"},
+      {"net mount Films", 1, "vonautil net: no network folder 'Films'\n"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.arguments);
-    EXPECT_EQ(c.status, test::run_tool(c.arguments, &out, c.merge));
-    if (c.merge) EXPECT_LOGGED(out, c.output);
-    else EXPECT_EQ(c.output, out);
+  for (const char* usage :
+       {"mount", "mount Music --owner", "umount 0", "umount 2 3", "unlock x tv", "mounts all"}) {
+    rows.push_back({std::string("net ") + usage, 2, ""});
   }
+  test::expect_tool(rows);
 }
 
 TEST_F(NetworkIpc, FailedAndStillMountingMounts) {
   start_daemon("--mount-delay 300 --fail-server bad");
   log = test::captured_stderr([&] {
-    EXPECT_EQ(nullptr, try_ensure_network_mount(NETWORK_FOLDER_TYPE_NFS, "bad", "/export", nullptr, nullptr,
-                                                NETWORK_PROTOCOL_TCP, "shell"));
+    EXPECT_EQ(nullptr, try_ensure_network_mount(NETWORK_FOLDER_TYPE_NFS, "bad", "/export", nullptr,
+                                                nullptr, NETWORK_PROTOCOL_TCP, "shell"));
   });
-  EXPECT_LOGGED(log, "] [ensure_mnt] nfs://bad:/export: sending mount\n");
-  EXPECT_LOGGED(log, "' finished (failed)\n");
-  EXPECT_NOT_LOGGED(log, "waiting for");
-  network_mount* m = published(1);
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(NETWORK_MOUNT_STATUS_ERROR, m->status);
-  EXPECT_EQ(NETWORK_PROTOCOL_TCP, m->protocol);
+  EXPECT_CONTAINS(log, "] [ensure_mnt] nfs://bad:/export: sending mount\n");
+  EXPECT_CONTAINS(log, "' finished (failed)\n");
+  EXPECT_EQ(std::string::npos, log.find("waiting for"));
+  EXPECT_EQ("1 error /tmp/mnt/network/1 ", summary(published(1)));
   log = test::captured_stderr([&] {
     EXPECT_EQ(0, try_network_umount(1));
     unlock_network_mount(1, "shell");
   });
-  EXPECT_LOGGED(log, "] [umount] 1: got error state\n");
-  EXPECT_LOGGED(log, "] [unlock] owner 'shell' from 1: got error state\n");
-  EXPECT_NOT_LOGGED(log, "[network_ipc]");
+  EXPECT_EQ("[umount] 1: got error state\n[unlock] owner 'shell' from 1: got error state\n",
+            test::log_messages(log));
 
-  // A mount still "mounting" cannot be unmounted, and is waited for by the next caller.
+  // A mount still "mounting" cannot be unmounted; the next caller waits for it without a
+  // request of its own.
   long long id = 0;
-  EXPECT_EQ(SIMPLE_IPC_STATUS_OK, network_ipc_send_and_wait_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export",
-                                                                  nullptr, nullptr, NETWORK_PROTOCOL_UDP, "a", &id));
+  EXPECT_EQ(SIMPLE_IPC_STATUS_OK,
+            network_ipc_send_and_wait_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export", nullptr,
+                                            nullptr, NETWORK_PROTOCOL_UDP, "a", &id));
   EXPECT_EQ(2, id);
   log = test::captured_stderr([&] { EXPECT_EQ(1, try_network_umount(2)); });
-  EXPECT_LOGGED(log, "] [umount] 2: Error: got mounting state\n");
-  log = test::captured_stderr([&] {
-    m = try_ensure_network_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export", nullptr, nullptr, NETWORK_PROTOCOL_UDP,
-                                 nullptr);
-  });
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(2, m->id);
-  EXPECT_EQ(NETWORK_PROTOCOL_UDP, m->protocol);
-  EXPECT_NOT_LOGGED(log, "sending mount");
-  EXPECT_LOGGED(log, "] [ensure_mnt] nfs://good:/export: waiting for mount on 2\n");
-  EXPECT_LOGGED(log, "] [ensure_mnt] nfs://good:/export: still waiting for mount on 2\n");
-  EXPECT_LOGGED(daemon_output(), "mount (process " + std::to_string(getpid()) +
-                                     ", request ");
-  EXPECT_LOGGED(daemon_output(), " type=nfs server=good dir=/export proto=udp owner=a\n");
-}
-
-TEST_F(NetworkIpc, AShareFoundUnmountingIsWaitedOutAndMountedAgain) {
-  network_mount_list* list = network_mount_list_create();
-  network_mount* old = network_mount_create(4, "/tmp/mnt/network/4", NETWORK_FOLDER_TYPE_SMB, "nas", "music", "", "",
-                                            -1, nullptr);
-  old->status = NETWORK_MOUNT_STATUS_UNMOUNTING;
-  network_mount_list_add(list, old);
-  ASSERT_EQ(0, network_mount_list_save_to_file(list, sandbox.path(NETWORK_MOUNT_LIST_PATH).c_str(), 4));
-  network_mount_list_free(list);
-  start_daemon("--mount-delay 500");  // takes the list over: mount 4 is gone after 500 ms
+  EXPECT_EQ("[umount] 2: Error: got mounting state\n", test::log_messages(log));
   network_mount* m = nullptr;
-  log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(5, m->id);
-  EXPECT_LOGGED(log, kLabel + std::string("still waiting for unmounting\n"));
-  EXPECT_LT(log.find("still waiting for unmounting"), log.find("sending mount"));
-  EXPECT_LOGGED(log, kLabel + std::string("mount 5 DONE\n"));
-}
-
-size_t occurrences(const std::string& text, const std::string& part) {
-  size_t n = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
-  return n;
-}
-
-// A scripted daemon: answers the next requests with the given responses, in order, and writes
-// `list` as the mount list before the last answer. Exits with the number of requests served.
-pid_t scripted_daemon(const std::vector<std::string>& answers, const std::string& list) {
-  std::string list_path = std::string(getenv("VONAUTIL_ROOT")) + NETWORK_MOUNT_LIST_PATH;
-  pid_t pid = fork();
-  if (pid != 0) return pid;
-  simple_ipc_server* server = simple_ipc_server_create(NETWORK_IPC_SERVER_ID);
-  int served = 0;
-  for (const std::string& answer : answers) {
-    for (int i = 0; i < 5000 && simple_ipc_server_get_num_requests(server) == 0; ++i, usleep(1000)) {
-      simple_ipc_server_look_for_new_requests(server);
-    }
-    if (simple_ipc_server_get_num_requests(server) == 0) break;
-    if (&answer == &answers.back()) test::write_file(list_path, list);
-    properties* response = properties_create_empty();
-    properties_build_from_buffer(response, answer.c_str());
-    simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), response);
-    properties_free(response);
-    ++served;
+  log = test::captured_stderr([&] {
+    m = try_ensure_network_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export", nullptr, nullptr,
+                                 NETWORK_PROTOCOL_UDP, nullptr);
+  });
+  EXPECT_EQ("2 mounted /tmp/mnt/network/2 a", summary(m));
+  EXPECT_EQ(std::string::npos, log.find("sending mount"));
+  for (const char* line : {"waiting for mount on 2\n", "still waiting for mount on 2\n"}) {
+    EXPECT_CONTAINS(log, "] [ensure_mnt] nfs://good:/export: " + std::string(line));
   }
-  simple_ipc_server_free(server);
-  _exit(served);
+  EXPECT_CONTAINS(daemon_output(), " type=nfs server=good dir=/export proto=udp owner=a\n");
 }
 
+// A scripted daemon: answers the next requests with the given responses, in order. Exits with
+// the number of requests served.
+pid_t scripted_daemon(const std::vector<std::string>& answers) {
+  return test::spawn([&] {
+    simple_ipc_server* server = simple_ipc_server_create(NETWORK_IPC_SERVER_ID);
+    int served = 0;
+    for (const std::string& answer : answers) {
+      for (int i = 0; i < 5000 && simple_ipc_server_get_num_requests(server) == 0; ++i) {
+        simple_ipc_server_look_for_new_requests(server);
+        usleep(1000);
+      }
+      if (simple_ipc_server_get_num_requests(server) == 0) break;
+      properties* response = properties_create_empty();
+      properties_build_from_buffer(response, answer.c_str());
+      simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), response);
+      properties_free(response);
+      ++served;
+    }
+    simple_ipc_server_free(server);
+    return served;
+  });
+}
+
+// The list holds mount 5 of the share, without this owner's lock, so that it is asked for.
 TEST_F(NetworkIpc, OddAnswersToTheMountRequest) {
-  const std::string list5 =
-      "<network_mounts><mount id=\"5\" path=\"/m\" type=\"smb\" server=\"nas\" dir=\"music\" user_name=\"\" "
-      "password=\"\" status=\"mounted\"/></network_mounts>";
+  test::write_file(sandbox.path(NETWORK_MOUNT_LIST_PATH),
+                   "<network_mounts><mount id=\"5\" path=\"/m\" type=\"smb\" server=\"nas\" "
+                   "dir=\"music\" user_name=\"\" password=\"\" status=\"mounted\"/>"
+                   "</network_mounts>");
   struct Case {
     std::vector<std::string> answers;
-    long long id;  // 0: null
+    const char* mount;
   } cases[] = {
-      {{"status = pending\n", "status = ok\nid = 5\n"}, 5},
-      {{"status = pending\n", "status = pending\n", "status = ok\nid = 5\n"}, 5},
-      {{"status = ok\nid = 0\n"}, 0},
-      {{"status = ok\nid = -3\n"}, 0},
-      {{"status = ok\n"}, 0},
-      {{"status = ok\nid = 6\n"}, 0},  // an id that is not in the list: disappeared
-      {{"status = busy\nid = 5\n"}, 0},
-      {{"id = 5\n"}, 0},  // no status: an error
+      {{"status = pending\n", "status = ok\nid = 5\n"}, "5 mounted /m "},  // asked again
+      {{"status = ok\nid = 0\n"}, "none"},
+      {{"status = ok\nid = 6\n"}, "none"},  // an id that is not in the list: disappeared
+      {{"status = busy\nid = 5\n"}, "none"},
+      {{"id = 5\n"}, "none"},  // no status: an error
   };
   test::make_dirs(dir());
   ASSERT_TRUE(network_ipc_open());
   for (const Case& c : cases) {
     SCOPED_TRACE(c.answers.back());
-    unlink(sandbox.path(NETWORK_MOUNT_LIST_PATH).c_str());
-    pid_t fake = scripted_daemon(c.answers, list5);
+    pid_t fake = scripted_daemon(c.answers);
     network_mount* m = nullptr;
     log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-    int status = 0;
-    waitpid(fake, &status, 0);
-    EXPECT_EQ((int)c.answers.size(), WEXITSTATUS(status));
-    EXPECT_EQ(c.answers.size(), occurrences(log, "sending mount"));
-    EXPECT_EQ(c.id, m ? m->id : 0);
+    EXPECT_EQ((int)c.answers.size(), test::exit_status(fake));
+    EXPECT_EQ(c.mount, summary(m));
   }
-  EXPECT_LOGGED(log, "' finished (failed)\n");
-  long long id = 99;
-  pid_t fake = scripted_daemon({"status = ok\nid = 0\n"}, list5);
-  EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, network_ipc_send_and_wait_mount(NETWORK_FOLDER_TYPE_SMB, "nas", "music",
-                                                                     nullptr, nullptr, -1, "x", &id));
-  EXPECT_EQ(0, id);
-  waitpid(fake, nullptr, 0);
+  EXPECT_CONTAINS(log, "' finished (failed)\n");
 }
 
 TEST_F(NetworkIpc, NoDaemonRunning) {
   log = test::captured_stderr([&] { EXPECT_FALSE(network_ipc_open()); });
-  EXPECT_LOGGED(log, "failed to connect to server 'network_manager': dir not exist\n");
+  EXPECT_CONTAINS(log, "failed to connect to server 'network_manager': dir not exist\n");
   log = test::captured_stderr([&] {
     EXPECT_EQ(nullptr, ensure_smb("shell"));
     EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, network_ipc_send_and_wait_umount(1));
     EXPECT_FALSE(network_ipc_send_touch(1));
   });
-  EXPECT_LOGGED(log, "] [network_ipc] command 'mount' failed: ipc not opened\n");
-  EXPECT_LOGGED(log, "] [network_ipc] command 'umount' failed: ipc not opened\n");
-  EXPECT_LOGGED(log, "] [network_ipc] command 'touch' failed: ipc not opened\n");
-  // A directory left behind by a daemon that is gone: the request times out after 10 s.
+  for (const char* command : {"mount", "umount", "touch"}) {
+    EXPECT_CONTAINS(log, "] [network_ipc] command '" + std::string(command) +
+                             "' failed: ipc not opened\n");
+  }
   test::make_dirs(dir());
   ASSERT_TRUE(network_ipc_open());
-  EXPECT_DEATH(network_ipc_open(),
-               test::assertion_report("player/src/util/mt/network_ipc", 0, "network_ipc_open", "!network_ipc"));
-  log = test::captured_stderr([&] { EXPECT_EQ(nullptr, ensure_smb("shell")); });
-  EXPECT_LOGGED(log, "] [network_ipc] request 'mount.");
-  EXPECT_LOGGED(log, "' timed out\n");
-  EXPECT_NOT_LOGGED(log, "waiting for mount");
+  EXPECT_DEATH(network_ipc_open(), test::assertion_report("player/src/util/mt/network_ipc", 0,
+                                                          "network_ipc_open", "!network_ipc"));
 }
 
 // 4 processes and 8 threads of this one ensure the same share under their own names. The
@@ -313,42 +246,31 @@ TEST_F(NetworkIpc, ManyOwnersShareOneMount) {
   test::LogLock log_lock;
   std::vector<std::string> owners;
   std::vector<pid_t> processes;
+  auto mounted_for = [&](const std::string& owner) {
+    network_mount* m = ensure_smb(owner.c_str());
+    return m != nullptr && network_mount_has_owner(m, owner.c_str()) ? (int)m->id : 100;
+  };
   for (int i = 0; i < 4; ++i) {
     owners.push_back("process-" + std::to_string(i));
-    pid_t pid = fork();
-    if (pid == 0) {
-      network_mount* m = ensure_smb(owners.back().c_str());
-      _exit(m != nullptr && network_mount_has_owner(m, owners.back().c_str()) ? (int)m->id : 100);
-    }
-    processes.push_back(pid);
+    processes.push_back(test::spawn([&] { return mounted_for(owners.back()); }));
   }
-  std::vector<long long> ids(8, -1);
+  std::vector<int> ids(8);
   std::vector<std::thread> threads;
   for (int i = 0; i < 8; ++i) {
     owners.push_back("thread-" + std::to_string(i));
-    threads.emplace_back([&, i, owner = owners.back()] {
-      network_mount* m = ensure_smb(owner.c_str());
-      ids[i] = m != nullptr && network_mount_has_owner(m, owner.c_str()) ? m->id : 0;
-    });
+    threads.emplace_back([&, i, owner = owners.back()] { ids[i] = mounted_for(owner); });
   }
   for (std::thread& t : threads) t.join();
-  for (pid_t pid : processes) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    ids.push_back(WIFEXITED(status) ? WEXITSTATUS(status) : -1);
-  }
-  EXPECT_EQ(std::vector<long long>(12, 1), ids);
-  network_mount_list_reload_current();
-  network_mount_list* list = network_mount_list_get_current();
-  ASSERT_EQ(1, list->num_items);
-  ASSERT_EQ(12, network_mount_get_num_locks(list->items[0]));
-  for (const std::string& owner : owners) EXPECT_TRUE(network_mount_has_owner(list->items[0], owner.c_str())) << owner;
+  for (pid_t pid : processes) ids.push_back(test::exit_status(pid));
+  EXPECT_EQ(std::vector<int>(12, 1), ids);
+  ASSERT_EQ(12, network_mount_get_num_locks(published(1)));
   for (size_t i = 0; i < owners.size(); ++i) {
     SCOPED_TRACE(owners[i]);
+    EXPECT_TRUE(network_mount_has_owner(published(1), owners[i].c_str()));
     unlock_network_mount(1, owners[i].c_str());
     EXPECT_EQ(i + 1 < owners.size() ? 2 : 0, try_network_umount(1));
   }
-  EXPECT_EQ(nullptr, published(1));
+  EXPECT_EQ("none", summary(published(1)));
 }
 
 }  // namespace
