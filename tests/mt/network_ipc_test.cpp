@@ -6,8 +6,6 @@ namespace {
 
 const bool initialized = (xml_document_initialize(), true);
 
-const char kLabel[] = "[ensure_mnt] smb://nas:music: ";
-
 // "ID STATUS PATH OWNER,OWNER" of a mount, or "none".
 std::string summary(const network_mount* m) {
   if (m == nullptr) return "none";
@@ -56,7 +54,8 @@ class NetworkIpc : public test::SandboxTest {
   std::string log;
 };
 
-// A share found "unmounting" is waited out (a mount request now would be refused as busy), then
+// The commands of the tool are these client calls, and standard error holds their log lines. A
+// share found "unmounting" is waited out (a mount request now would be refused as busy), then
 // mounted for each owner, and unmounted after the last unlock.
 TEST_F(NetworkIpc, MountsForEachOwnerAndUnmountsAfterTheLastUnlock) {
   network_mount_list* list = network_mount_list_create();
@@ -68,58 +67,22 @@ TEST_F(NetworkIpc, MountsForEachOwnerAndUnmountsAfterTheLastUnlock) {
   ASSERT_EQ(0, network_mount_list_save_to_file(list, list_path.c_str(), 4));
   network_mount_list_free(list);
   start_daemon("--mount-delay 60");  // takes the list over: mount 4 is gone after 60 ms
-  network_mount* m = nullptr;
-  log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-  EXPECT_EQ("5 mounted /tmp/mnt/network/5 shell", summary(m));
-  for (const char* line : {"sending mount\n", "waiting for mount on 5\n", "mount 5 DONE\n"}) {
-    EXPECT_CONTAINS(log, kLabel + std::string(line));
-  }
-
-  // The same owner again: returned at once, and touched.
-  log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-  EXPECT_EQ("5 mounted /tmp/mnt/network/5 shell", summary(m));
-  EXPECT_EQ(0u, test::log_messages(log).find(
-                    kLabel + std::string("already mounted with id 5\n[simple_ipc_client] "
-                                         "scheduled request 'touch.")))
-      << log;
-  for (int i = 0; i < 100 && daemon_output().find("touch (") == std::string::npos; ++i) {
-    usleep(10000);
-  }
-  EXPECT_CONTAINS(daemon_output(), "touch (process " + std::to_string(getpid()));
-
-  // A second owner gets the same mount, locked by both; it is busy until the last lets go.
-  log = test::captured_stderr([&] { m = ensure_smb("player"); });
-  EXPECT_EQ("5 mounted /tmp/mnt/network/5 shell,player", summary(m));
-  EXPECT_CONTAINS(log, kLabel + std::string("sending mount\n"));
-  log = test::captured_stderr([&] { EXPECT_EQ(2, try_network_umount(5)); });
-  EXPECT_CONTAINS(log, "] [umount] 5: IPC returned: busy\n");
-  unlock_network_mount(5, "shell");
-  EXPECT_EQ(2, try_network_umount(5));
-  EXPECT_EQ("5 mounted /tmp/mnt/network/5 player", summary(published(5)));
-  unlock_network_mount(5, "player");
-  log = test::captured_stderr([&] { EXPECT_EQ(0, try_network_umount(5)); });
-  for (const char* line : {"IPC returned: ok\n", "waiting for 5 unmounted\n", "unmounted OK\n"}) {
-    EXPECT_CONTAINS(log, "] [umount] 5: " + std::string(line));
-  }
-  EXPECT_EQ("none", summary(published(5)));
-  log = test::captured_stderr([&] {
-    EXPECT_EQ(0, try_network_umount(5));
-    unlock_network_mount(5, "shell");
-  });
-  EXPECT_EQ("[umount] 5: disappeared\n[unlock] owner 'shell' from 5: disappeared\n",
-            test::log_messages(log));
-
-  // The same through the tool, for a stored folder; ids go on from the highest given out.
-  std::string mounted = "6 mounted smb://nas:music /tmp/mnt/network/6";
+  const std::string label = "] [ensure_mnt] smb://nas:music: ";
+  const std::string mount5 = "5 mounted smb://nas:music /tmp/mnt/network/5";
   std::vector<test::ToolRow> rows = {
       {"net add-folder Music smb nas music --user guest --password pw", 0, "NF001\n"},
-      {"net mount Music --owner tv", 0, mounted + " locks: tv\n"},
-      {"net mounts", 0, "max_mount_id 6\n" + mounted + " locks: tv\n"},
-      {"net umount 6", 1, "vonautil net: mount 6 is busy: other owners hold locks on it\n"},
-      {"net unlock 6 tv", 0, mounted + "\n"},
-      {"net unlock 6 tv", 0, mounted + "\n"},  // holds none: fine
-      {"net umount 6", 0, "mount 6 is unmounted\n"},
-      {"net unlock 6 tv", 1, "vonautil net: no mount 6\n"},
+      {"net mount Music --owner shell", 0, label + "mount 5 DONE\n"},
+      {"net mount Music --owner shell", 0, label + "already mounted with id 5\n"},
+      {"net mount Music --owner player", 0, mount5 + " locks: shell, player\n"},
+      {"net umount 5", 1, "] [umount] 5: IPC returned: busy\n"},
+      {"net unlock 5 shell", 0, mount5 + " locks: player\n"},
+      {"net umount 5", 1, "vonautil net: mount 5 is busy: other owners hold locks on it\n"},
+      {"net unlock 5 player", 0, mount5 + "\n"},
+      {"net unlock 5 player", 0, mount5 + "\n"},  // holds none: fine
+      {"net mounts", 0, "max_mount_id 5\n" + mount5 + "\n", true},
+      {"net umount 5", 0, "] [umount] 5: unmounted OK\n"},
+      {"net umount 5", 0, "] [umount] 5: disappeared\n"},
+      {"net unlock 5 shell", 1, "] [unlock] owner 'shell' from 5: disappeared\n"},
       {"net mount Films", 1, "vonautil net: no network folder 'Films'\n"},
   };
   for (const char* usage :
@@ -127,24 +90,18 @@ TEST_F(NetworkIpc, MountsForEachOwnerAndUnmountsAfterTheLastUnlock) {
     rows.push_back({std::string("net ") + usage, 2, ""});
   }
   test::expect_tool(rows);
+  EXPECT_CONTAINS(daemon_output(), ") id=5\n");  // the touch of the mount already held
 }
 
 TEST_F(NetworkIpc, FailedAndStillMountingMounts) {
   start_daemon("--mount-delay 300 --fail-server bad");
-  log = test::captured_stderr([&] {
-    EXPECT_EQ(nullptr, try_ensure_network_mount(NETWORK_FOLDER_TYPE_NFS, "bad", "/export", nullptr,
-                                                nullptr, NETWORK_PROTOCOL_TCP, "shell"));
+  test::expect_tool({
+      {"net add-folder Bad nfs bad /export", 0, "NF001\n"},
+      {"net mount Bad --owner shell", 1, "] [ensure_mnt] nfs://bad:/export: sending mount\n"},
+      {"net mounts", 0, "max_mount_id 1\n1 error nfs://bad:/export /tmp/mnt/network/1\n", true},
+      {"net umount 1", 0, "] [umount] 1: got error state\n"},
+      {"net unlock 1 shell", 0, "] [unlock] owner 'shell' from 1: got error state\n"},
   });
-  EXPECT_CONTAINS(log, "] [ensure_mnt] nfs://bad:/export: sending mount\n");
-  EXPECT_CONTAINS(log, "' finished (failed)\n");
-  EXPECT_EQ(std::string::npos, log.find("waiting for"));
-  EXPECT_EQ("1 error /tmp/mnt/network/1 ", summary(published(1)));
-  log = test::captured_stderr([&] {
-    EXPECT_EQ(0, try_network_umount(1));
-    unlock_network_mount(1, "shell");
-  });
-  EXPECT_EQ("[umount] 1: got error state\n[unlock] owner 'shell' from 1: got error state\n",
-            test::log_messages(log));
 
   // A mount still "mounting" cannot be unmounted; the next caller waits for it without a
   // request of its own.
