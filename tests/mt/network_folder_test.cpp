@@ -147,6 +147,7 @@ TEST(NetworkFolderLookups, MatchWholeSegments) {
   EXPECT_EQ(2, network_folder_list_find_by_id(list, "NF002"));
   EXPECT_EQ(nullptr, network_folder_list_get_by_id(list, "NF00"));
   EXPECT_EQ(nullptr, network_folder_list_get_by_name(nullptr, "Music", 5));
+  EXPECT_EQ(-1, network_folder_list_find_by_type_and_name(nullptr, 0, "Music", 5));
   network_folder_list_free(list);
 }
 

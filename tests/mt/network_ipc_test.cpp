@@ -42,6 +42,13 @@ class NetworkIpc : public test::SandboxTest {
     return try_ensure_network_mount(NETWORK_FOLDER_TYPE_SMB, "nas", "music", "guest", "pw", -1,
                                     owner);
   }
+  // Publishes mount 4 of the share in that status, as a daemon left it.
+  void publish(const std::string& status) {
+    test::write_file(sandbox.path(NETWORK_MOUNT_LIST_PATH),
+                     "<network_mounts><max_mount_id value=\"4\"/><mount id=\"4\" path=\"/m\" "
+                     "type=\"smb\" server=\"nas\" dir=\"music\" user_name=\"\" password=\"\" "
+                     "status=\"" + status + "\"/></network_mounts>");
+  }
   // The published mount with that id, or null.
   network_mount* published(long long id) {
     network_mount_list_reload_current();
@@ -58,14 +65,7 @@ class NetworkIpc : public test::SandboxTest {
 // share found "unmounting" is waited out (a mount request now would be refused as busy), then
 // mounted for each owner, and unmounted after the last unlock.
 TEST_F(NetworkIpc, MountsForEachOwnerAndUnmountsAfterTheLastUnlock) {
-  network_mount_list* list = network_mount_list_create();
-  network_mount_list_add(list, network_mount_create(4, "/tmp/mnt/network/4",
-                                                    NETWORK_FOLDER_TYPE_SMB, "nas", "music", "", "",
-                                                    -1, nullptr));
-  list->items[0]->status = NETWORK_MOUNT_STATUS_UNMOUNTING;
-  std::string list_path = sandbox.path(NETWORK_MOUNT_LIST_PATH);
-  ASSERT_EQ(0, network_mount_list_save_to_file(list, list_path.c_str(), 4));
-  network_mount_list_free(list);
+  publish("unmounting");
   start_daemon("--mount-delay 60");  // takes the list over: mount 4 is gone after 60 ms
   const std::string label = "] [ensure_mnt] smb://nas:music: ";
   const std::string mount5 = "5 mounted smb://nas:music /tmp/mnt/network/5";
@@ -94,35 +94,54 @@ TEST_F(NetworkIpc, MountsForEachOwnerAndUnmountsAfterTheLastUnlock) {
 }
 
 TEST_F(NetworkIpc, FailedAndStillMountingMounts) {
-  start_daemon("--mount-delay 300 --fail-server bad");
-  test::expect_tool({
-      {"net add-folder Bad nfs bad /export", 0, "NF001\n"},
-      {"net mount Bad --owner shell", 1, "] [ensure_mnt] nfs://bad:/export: sending mount\n"},
-      {"net mounts", 0, "max_mount_id 1\n1 error nfs://bad:/export /tmp/mnt/network/1\n", true},
-      {"net umount 1", 0, "] [umount] 1: got error state\n"},
-      {"net unlock 1 shell", 0, "] [unlock] owner 'shell' from 1: got error state\n"},
-  });
-
+  start_daemon("--mount-delay 500 --fail-server bad");
   // A mount still "mounting" cannot be unmounted; the next caller waits for it without a
   // request of its own.
   long long id = 0;
   EXPECT_EQ(SIMPLE_IPC_STATUS_OK,
             network_ipc_send_and_wait_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export", nullptr,
                                             nullptr, NETWORK_PROTOCOL_UDP, "a", &id));
-  EXPECT_EQ(2, id);
-  log = test::captured_stderr([&] { EXPECT_EQ(1, try_network_umount(2)); });
-  EXPECT_EQ("[umount] 2: Error: got mounting state\n", test::log_messages(log));
+  EXPECT_EQ(1, id);
+  log = test::captured_stderr([&] { EXPECT_EQ(1, try_network_umount(1)); });
+  EXPECT_EQ("[umount] 1: Error: got mounting state\n", test::log_messages(log));
   network_mount* m = nullptr;
   log = test::captured_stderr([&] {
     m = try_ensure_network_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export", nullptr, nullptr,
                                  NETWORK_PROTOCOL_UDP, nullptr);
   });
-  EXPECT_EQ("2 mounted /tmp/mnt/network/2 a", summary(m));
+  EXPECT_EQ("1 mounted /tmp/mnt/network/1 a", summary(m));
   EXPECT_EQ(std::string::npos, log.find("sending mount"));
-  for (const char* line : {"waiting for mount on 2\n", "still waiting for mount on 2\n"}) {
-    EXPECT_CONTAINS(log, "] [ensure_mnt] nfs://good:/export: " + std::string(line));
-  }
+  EXPECT_CONTAINS(log, "] [ensure_mnt] nfs://good:/export: waiting for mount on 1\n");
   EXPECT_CONTAINS(daemon_output(), " type=nfs server=good dir=/export proto=udp owner=a\n");
+
+  // A failed mount is left in the list as "error" and needs no unmounting or unlocking.
+  test::expect_tool({
+      {"net add-folder Bad nfs bad /export", 0, "NF001\n"},
+      {"net mount Bad --owner shell", 1, "] [ensure_mnt] nfs://bad:/export: sending mount\n"},
+      {"net mounts", 0, "max_mount_id 2\n1 mounted nfs://good:/export /tmp/mnt/network/1 locks: a\n"
+                        "2 error nfs://bad:/export /tmp/mnt/network/2\n", true},
+      {"net umount 2", 0, "] [umount] 2: got error state\n"},
+      {"net unlock 2 shell", 0, "] [unlock] owner 'shell' from 2: got error state\n"},
+  });
+}
+
+// A share that stays "unmounting" is waited for 10 s at most, by both procedures at once.
+TEST_F(NetworkIpc, AShareUnmountingTooLongTimesOut) {
+  publish("unmounting");
+  start_daemon("--mount-delay 30000");
+  test::LogLock log_lock;
+  log = test::captured_stderr([&] {
+    std::thread unmount([] { EXPECT_EQ(1, try_network_umount(4)); });
+    EXPECT_EQ(nullptr, ensure_smb("shell"));
+    unmount.join();
+  });
+  for (const char* line : {"[umount] 4: still waiting for 4 unmounted\n",
+                           "[umount] 4: timed out waiting for 4 unmounted\n",
+                           "[ensure_mnt] smb://nas:music: still waiting for unmounting\n",
+                           "[ensure_mnt] smb://nas:music: timed out waiting for unmounting\n"}) {
+    EXPECT_CONTAINS(log, "] " + std::string(line));
+  }
+  EXPECT_EQ(std::string::npos, log.find("request '"));
 }
 
 // A scripted daemon: answers the next requests with the given responses, in order. Exits with
@@ -148,21 +167,18 @@ pid_t scripted_daemon(const std::vector<std::string>& answers) {
   });
 }
 
-// The list holds mount 5 of the share, without this owner's lock, so that it is asked for.
+// The list holds mount 4 of the share, without this owner's lock, so that it is asked for.
 TEST_F(NetworkIpc, OddAnswersToTheMountRequest) {
-  test::write_file(sandbox.path(NETWORK_MOUNT_LIST_PATH),
-                   "<network_mounts><mount id=\"5\" path=\"/m\" type=\"smb\" server=\"nas\" "
-                   "dir=\"music\" user_name=\"\" password=\"\" status=\"mounted\"/>"
-                   "</network_mounts>");
+  publish("mounted");
   struct Case {
     std::vector<std::string> answers;
     const char* mount;
   } cases[] = {
-      {{"status = pending\n", "status = ok\nid = 5\n"}, "5 mounted /m "},  // asked again
+      {{"status = pending\n", "status = ok\nid = 4\n"}, "4 mounted /m "},  // asked again
       {{"status = ok\nid = 0\n"}, "none"},
       {{"status = ok\nid = 6\n"}, "none"},  // an id that is not in the list: disappeared
-      {{"status = busy\nid = 5\n"}, "none"},
-      {{"id = 5\n"}, "none"},  // no status: an error
+      {{"status = busy\nid = 4\n"}, "none"},
+      {{"id = 4\n"}, "none"},  // no status: an error
   };
   test::make_dirs(dir());
   ASSERT_TRUE(network_ipc_open());
@@ -180,15 +196,17 @@ TEST_F(NetworkIpc, OddAnswersToTheMountRequest) {
 TEST_F(NetworkIpc, NoDaemonRunning) {
   log = test::captured_stderr([&] { EXPECT_FALSE(network_ipc_open()); });
   EXPECT_CONTAINS(log, "failed to connect to server 'network_manager': dir not exist\n");
+  publish("mounted");
   log = test::captured_stderr([&] {
     EXPECT_EQ(nullptr, ensure_smb("shell"));
-    EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, network_ipc_send_and_wait_umount(1));
-    EXPECT_FALSE(network_ipc_send_touch(1));
+    EXPECT_EQ(1, try_network_umount(4));
+    EXPECT_FALSE(network_ipc_send_touch(4));
   });
   for (const char* command : {"mount", "umount", "touch"}) {
     EXPECT_CONTAINS(log, "] [network_ipc] command '" + std::string(command) +
                              "' failed: ipc not opened\n");
   }
+  EXPECT_CONTAINS(log, "] [umount] 4: IPC returned: error\n");
   test::make_dirs(dir());
   ASSERT_TRUE(network_ipc_open());
   EXPECT_DEATH(network_ipc_open(), test::assertion_report("player/src/util/mt/network_ipc", 0,

@@ -215,8 +215,10 @@ TEST(NetworkMount, RecordsLocksAndLookups) {
   EXPECT_TRUE(network_mount_list_find(list, m) == 1 &&
               network_mount_list_find(list, nullptr) == -1);
   EXPECT_TRUE(network_mount_list_find_by_path(list, "/c") == 2 &&
-              network_mount_list_find_by_path(list, "/c/") == -1);
+              network_mount_list_find_by_path(list, "/c/") == -1 &&
+              network_mount_list_find_by_path(list, nullptr) == -1);
   network_mount_list_free(list);
+  network_mount_free(nullptr);
 }
 
 TEST(NetworkMount, StatusWarningsAndNfsSource) {
