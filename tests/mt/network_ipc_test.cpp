@@ -1,9 +1,3 @@
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <thread>
 
 #include "test_support.hpp"
@@ -12,13 +6,8 @@ namespace {
 
 const bool initialized = (xml_document_initialize(), true);
 
-#define EXPECT_LOGGED(log, part) EXPECT_NE(std::string::npos, (log).find(part)) << (log)
-#define EXPECT_NOT_LOGGED(log, part) EXPECT_EQ(std::string::npos, (log).find(part)) << (log)
-
-const char kLabel[] = "[ensure_mnt] smb://nas:music: ";
-
-// Each test runs the network daemon (the tool's stand-in, or a scripted fake) in a process of
-// its own, on the test's sandbox root.
+// Each test runs the network daemon (the tool's stand-in, or a scripted fake) in a process of its own, on the test's
+// sandbox root.
 class NetworkIpc : public test::SandboxTest {
  protected:
   void SetUp() override { test::make_dirs(sandbox.path("/tmp/run")); }
@@ -32,13 +21,9 @@ class NetworkIpc : public test::SandboxTest {
 
   // `vonautil daemon network_manager OPTIONS`, its output kept in daemon_output(); connects.
   void start_daemon(const std::string& options) {
-    std::string command = "exec " VONAUTIL_TOOL " daemon network_manager " + options + " >" +
-                          sandbox.path("/daemon.out") + " 2>&1";
-    daemon = fork();
-    if (daemon == 0) {
-      execl("/bin/sh", "sh", "-c", command.c_str(), (char*)nullptr);
-      _exit(127);
-    }
+    std::string command =
+        "exec " VONAUTIL_TOOL " daemon network_manager " + options + " >" + sandbox.path("/daemon.out") + " 2>&1";
+    daemon = test::spawn([&] { return execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
     for (int i = 0; i < 500 && access(dir().c_str(), F_OK) != 0; ++i) usleep(10000);
     ASSERT_TRUE(network_ipc_open());
   }
@@ -48,307 +33,188 @@ class NetworkIpc : public test::SandboxTest {
   network_mount* ensure_smb(const char* owner) {
     return try_ensure_network_mount(NETWORK_FOLDER_TYPE_SMB, "nas", "music", "guest", "pw", -1, owner);
   }
-  // The published mount with that id, or null.
-  network_mount* published(long long id) {
-    network_mount_list_reload_current();
-    network_mount_list* list = network_mount_list_get_current();
-    int index = network_mount_list_find_by_id(list, id);
-    return index >= 0 ? list->items[index] : nullptr;
+  // Publishes mount 4 of the share in that status, as a daemon left it.
+  void publish(const std::string& status) {
+    test::write_file(sandbox.path(NETWORK_MOUNT_LIST_PATH),
+                     "<network_mounts><max_mount_id value=\"4\"/><mount id=\"4\" path=\"/m\" type=\"smb\" "
+                     "server=\"nas\" dir=\"music\" user_name=\"\" password=\"\" status=\"" + status +
+                         "\"/></network_mounts>");
   }
 
   pid_t daemon = -1;
   std::string log;
 };
 
+// The commands of the tool are these client calls, and standard error holds their log lines. A share found
+// "unmounting" is waited out (a mount request now would be refused as busy), then mounted for each owner, and
+// unmounted after the last unlock.
 TEST_F(NetworkIpc, MountsForEachOwnerAndUnmountsAfterTheLastUnlock) {
-  start_daemon("--mount-delay 60");
-  network_mount* m = nullptr;
-  log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(1, m->id);
-  EXPECT_EQ(NETWORK_MOUNT_STATUS_MOUNTED, m->status);
-  EXPECT_STREQ("/tmp/mnt/network/1", m->path);
-  EXPECT_STREQ("guest", m->user_name);
-  EXPECT_TRUE(network_mount_has_owner(m, "shell"));
-  EXPECT_LOGGED(test::read_file(sandbox.path("/tmp/run/network_mount_list.xml")), "    status=\"mounted\"\n");
-  struct stat st;
-  EXPECT_EQ(0, stat(sandbox.path("/tmp/mnt/network/1").c_str(), &st));
-  for (const char* line : {"sending mount\n", "waiting for mount on 1\n", "mount 1 DONE\n"}) {
-    EXPECT_LOGGED(log, kLabel + std::string(line));
-  }
-  EXPECT_LOGGED(log, "] [network_ipc] request 'mount.");
-
-  // The same owner again: returned at once, and touched.
-  log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-  ASSERT_NE(nullptr, m);
-  EXPECT_LOGGED(log, kLabel + std::string("already mounted with id 1\n"));
-  EXPECT_NOT_LOGGED(log, "sending mount");
-  for (int i = 0; i < 100 && daemon_output().find("touch (") == std::string::npos; ++i) usleep(10000);
-  EXPECT_LOGGED(daemon_output(), "touch (process " + std::to_string(getpid()));
-  EXPECT_LOGGED(daemon_output(), ") id=1\n");
-
-  // A second owner gets the same mount, locked by both.
-  log = test::captured_stderr([&] { m = ensure_smb("player"); });
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(1, m->id);
-  EXPECT_LOGGED(log, kLabel + std::string("sending mount\n"));
-  EXPECT_EQ("shell,player", test::take_string(string_array_join(m->locks, ",", 0, -1)));
-
-  // Busy until the last owner lets go.
-  log = test::captured_stderr([&] { EXPECT_EQ(2, try_network_umount(1)); });
-  EXPECT_LOGGED(log, "] [umount] 1: IPC returned: busy\n");
-  unlock_network_mount(1, "shell");
-  EXPECT_EQ(2, try_network_umount(1));
-  EXPECT_FALSE(network_mount_has_owner(published(1), "shell"));
-  unlock_network_mount(1, "player");
-  log = test::captured_stderr([&] { EXPECT_EQ(0, try_network_umount(1)); });
-  for (const char* line : {"IPC returned: ok\n", "waiting for 1 unmounted\n", "unmounted OK\n"}) {
-    EXPECT_LOGGED(log, "] [umount] 1: " + std::string(line));
-  }
-  EXPECT_EQ(nullptr, published(1));
-  EXPECT_NE(0, stat(sandbox.path("/tmp/mnt/network/1").c_str(), &st));
-  log = test::captured_stderr([&] {
-    EXPECT_EQ(0, try_network_umount(1));
-    unlock_network_mount(1, "shell");
-  });
-  EXPECT_LOGGED(log, "] [umount] 1: disappeared\n");
-  EXPECT_LOGGED(log, "] [unlock] owner 'shell' from 1: disappeared\n");
-  EXPECT_NOT_LOGGED(log, "request 'unlock.");
-
-  // The same through the tool, for a stored folder; ids go on from the highest given out.
-  network_folder_list* folders = network_folder_list_create();
-  network_folder_list_add(folders, network_folder_create("NF001", "Music", NETWORK_FOLDER_TYPE_SMB, "nas", "music",
-                                                         "guest", "pw", -1));
-  test::make_dirs(sandbox.path("/config"));
-  test::captured_stderr([&] { network_folder_list_save(folders, 0, 2); });
-  network_folder_list_free(folders);
-  std::string out;
-  struct Case {
-    const char* arguments;
-    int status;
-    const char* output;
-    bool merge = false;  // standard error too; the output is then looked for in it
-  } cases[] = {
-      {"net mount Music --owner tv", 0, "2 mounted smb://nas:music /tmp/mnt/network/2 locks: tv\n"},
-      {"net mounts", 0, "max_mount_id 2\n2 mounted smb://nas:music /tmp/mnt/network/2 locks: tv\n"},
-      {"net umount 2", 1, "\nvonautil net: mount 2 is busy: other owners hold locks on it\n", true},
-      {"net unlock 2 tv", 0, "2 mounted smb://nas:music /tmp/mnt/network/2\n"},
-      {"net unlock 2 tv", 0, "2 mounted smb://nas:music /tmp/mnt/network/2\n"},  // holds none: fine
-      {"net umount 2", 0, "mount 2 is unmounted\n"},
-      {"net unlock 2 tv", 1, ""},
-      {"net mount Films", 1, ""},
-      {"net mount", 2, ""},
-      {"net mount Music --owner", 2, ""},
-      {"net umount 0", 2, ""},
-      {"net umount 2 3", 2, ""},
-      {"net unlock x tv", 2, ""},
-      {"net mounts all", 2, ""},
+  publish("unmounting");
+  start_daemon("--mount-delay 60");  // takes the list over: mount 4 is gone after 60 ms
+  const std::string label = "] [ensure_mnt] smb://nas:music: ";
+  const std::string mount5 = "5 mounted smb://nas:music /tmp/mnt/network/5";
+  std::vector<test::ToolRow> rows = {
+      {"net add-folder Music smb nas music --user guest --password pw", 0, "NF001\n"},
+      {"net mount Music --owner shell", 0, label + "mount 5 DONE\n"},
+      {"net mount Music --owner shell", 0, label + "already mounted with id 5\n"},
+      {"net mount Music --owner player", 0, mount5 + " locks: shell, player\n"},
+      {"net umount 5", 1, "] [umount] 5: IPC returned: busy\n"},
+      {"net unlock 5 shell", 0, mount5 + " locks: player\n"},
+      {"net umount 5", 1, "vonautil net: mount 5 is busy: other owners hold locks on it\n"},
+      {"net unlock 5 player", 0, mount5 + "\n"},
+      {"net unlock 5 player", 0, mount5 + "\n"},  // holds none: fine
+      {"net mounts", 0, "max_mount_id 5\n" + mount5 + "\n", true},
+      {"net umount 5", 0, "] [umount] 5: unmounted OK\n"},
+      {"net umount 5", 0, "] [umount] 5: disappeared\n"},
+      {"net unlock 5 shell", 1, "] [unlock] owner 'shell' from 5: disappeared\n"},
+      {"net mount Films", 1, "vonautil net: no network folder 'Films'\n"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.arguments);
-    EXPECT_EQ(c.status, test::run_tool(c.arguments, &out, c.merge));
-    if (c.merge) EXPECT_LOGGED(out, c.output);
-    else EXPECT_EQ(c.output, out);
+  for (const char* usage : {"mount", "mount Music --owner", "umount 0", "umount 2 3", "unlock x tv", "mounts all"}) {
+    rows.push_back({std::string("net ") + usage, 2, ""});
   }
+  test::expect_tool(rows);
+  EXPECT_CONTAINS(daemon_output(), ") id=5\n");  // the touch of the mount already held
 }
 
 TEST_F(NetworkIpc, FailedAndStillMountingMounts) {
-  start_daemon("--mount-delay 300 --fail-server bad");
-  log = test::captured_stderr([&] {
-    EXPECT_EQ(nullptr, try_ensure_network_mount(NETWORK_FOLDER_TYPE_NFS, "bad", "/export", nullptr, nullptr,
-                                                NETWORK_PROTOCOL_TCP, "shell"));
-  });
-  EXPECT_LOGGED(log, "] [ensure_mnt] nfs://bad:/export: sending mount\n");
-  EXPECT_LOGGED(log, "' finished (failed)\n");
-  EXPECT_NOT_LOGGED(log, "waiting for");
-  network_mount* m = published(1);
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(NETWORK_MOUNT_STATUS_ERROR, m->status);
-  EXPECT_EQ(NETWORK_PROTOCOL_TCP, m->protocol);
-  log = test::captured_stderr([&] {
-    EXPECT_EQ(0, try_network_umount(1));
-    unlock_network_mount(1, "shell");
-  });
-  EXPECT_LOGGED(log, "] [umount] 1: got error state\n");
-  EXPECT_LOGGED(log, "] [unlock] owner 'shell' from 1: got error state\n");
-  EXPECT_NOT_LOGGED(log, "[network_ipc]");
-
-  // A mount still "mounting" cannot be unmounted, and is waited for by the next caller.
+  start_daemon("--mount-delay 500 --fail-server bad");
+  // A mount still "mounting" cannot be unmounted; the next caller waits for it without a request of its own.
   long long id = 0;
-  EXPECT_EQ(SIMPLE_IPC_STATUS_OK, network_ipc_send_and_wait_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export",
-                                                                  nullptr, nullptr, NETWORK_PROTOCOL_UDP, "a", &id));
-  EXPECT_EQ(2, id);
-  log = test::captured_stderr([&] { EXPECT_EQ(1, try_network_umount(2)); });
-  EXPECT_LOGGED(log, "] [umount] 2: Error: got mounting state\n");
+  EXPECT_EQ(SIMPLE_IPC_STATUS_OK, network_ipc_send_and_wait_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export", nullptr,
+                                                                  nullptr, NETWORK_PROTOCOL_UDP, "a", &id));
+  EXPECT_EQ(1, id);
+  log = test::captured_stderr([&] { EXPECT_EQ(1, try_network_umount(1)); });
+  EXPECT_EQ("[umount] 1: Error: got mounting state\n", test::log_messages(log));
+  network_mount* m = nullptr;
   log = test::captured_stderr([&] {
     m = try_ensure_network_mount(NETWORK_FOLDER_TYPE_NFS, "good", "/export", nullptr, nullptr, NETWORK_PROTOCOL_UDP,
                                  nullptr);
   });
   ASSERT_NE(nullptr, m);
-  EXPECT_EQ(2, m->id);
-  EXPECT_EQ(NETWORK_PROTOCOL_UDP, m->protocol);
-  EXPECT_NOT_LOGGED(log, "sending mount");
-  EXPECT_LOGGED(log, "] [ensure_mnt] nfs://good:/export: waiting for mount on 2\n");
-  EXPECT_LOGGED(log, "] [ensure_mnt] nfs://good:/export: still waiting for mount on 2\n");
-  EXPECT_LOGGED(daemon_output(), "mount (process " + std::to_string(getpid()) +
-                                     ", request ");
-  EXPECT_LOGGED(daemon_output(), " type=nfs server=good dir=/export proto=udp owner=a\n");
+  EXPECT_TRUE(m->id == 1 && m->status == NETWORK_MOUNT_STATUS_MOUNTED && network_mount_has_owner(m, "a"));
+  EXPECT_EQ(std::string::npos, log.find("sending mount"));
+  EXPECT_CONTAINS(log, "] [ensure_mnt] nfs://good:/export: waiting for mount on 1\n");
+  EXPECT_CONTAINS(daemon_output(), " type=nfs server=good dir=/export proto=udp owner=a\n");
+
+  // A failed mount is left in the list as "error" and needs no unmounting or unlocking.
+  test::expect_tool({
+      {"net add-folder Bad nfs bad /export", 0, "NF001\n"},
+      {"net mount Bad --owner shell", 1, "] [ensure_mnt] nfs://bad:/export: sending mount\n"},
+      {"net mounts", 0,
+       "max_mount_id 2\n1 mounted nfs://good:/export /tmp/mnt/network/1 locks: a\n"
+       "2 error nfs://bad:/export /tmp/mnt/network/2\n",
+       true},
+      {"net umount 2", 0, "] [umount] 2: got error state\n"},
+      {"net unlock 2 shell", 0, "] [unlock] owner 'shell' from 2: got error state\n"},
+  });
 }
 
-TEST_F(NetworkIpc, AShareFoundUnmountingIsWaitedOutAndMountedAgain) {
-  network_mount_list* list = network_mount_list_create();
-  network_mount* old = network_mount_create(4, "/tmp/mnt/network/4", NETWORK_FOLDER_TYPE_SMB, "nas", "music", "", "",
-                                            -1, nullptr);
-  old->status = NETWORK_MOUNT_STATUS_UNMOUNTING;
-  network_mount_list_add(list, old);
-  ASSERT_EQ(0, network_mount_list_save_to_file(list, sandbox.path(NETWORK_MOUNT_LIST_PATH).c_str(), 4));
-  network_mount_list_free(list);
-  start_daemon("--mount-delay 500");  // takes the list over: mount 4 is gone after 500 ms
-  network_mount* m = nullptr;
-  log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-  ASSERT_NE(nullptr, m);
-  EXPECT_EQ(5, m->id);
-  EXPECT_LOGGED(log, kLabel + std::string("still waiting for unmounting\n"));
-  EXPECT_LT(log.find("still waiting for unmounting"), log.find("sending mount"));
-  EXPECT_LOGGED(log, kLabel + std::string("mount 5 DONE\n"));
-}
-
-size_t occurrences(const std::string& text, const std::string& part) {
-  size_t n = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
-  return n;
-}
-
-// A scripted daemon: answers the next requests with the given responses, in order, and writes
-// `list` as the mount list before the last answer. Exits with the number of requests served.
-pid_t scripted_daemon(const std::vector<std::string>& answers, const std::string& list) {
-  std::string list_path = std::string(getenv("VONAUTIL_ROOT")) + NETWORK_MOUNT_LIST_PATH;
-  pid_t pid = fork();
-  if (pid != 0) return pid;
-  simple_ipc_server* server = simple_ipc_server_create(NETWORK_IPC_SERVER_ID);
-  int served = 0;
-  for (const std::string& answer : answers) {
-    for (int i = 0; i < 5000 && simple_ipc_server_get_num_requests(server) == 0; ++i, usleep(1000)) {
-      simple_ipc_server_look_for_new_requests(server);
-    }
-    if (simple_ipc_server_get_num_requests(server) == 0) break;
-    if (&answer == &answers.back()) test::write_file(list_path, list);
-    properties* response = properties_create_empty();
-    properties_build_from_buffer(response, answer.c_str());
-    simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), response);
-    properties_free(response);
-    ++served;
-  }
-  simple_ipc_server_free(server);
-  _exit(served);
-}
-
+// A scripted daemon answers the mount requests with the answers of a row, in order, and exits with the number of
+// requests it served. The list holds mount 4 of the share without this owner's lock, so that it is asked for.
 TEST_F(NetworkIpc, OddAnswersToTheMountRequest) {
-  const std::string list5 =
-      "<network_mounts><mount id=\"5\" path=\"/m\" type=\"smb\" server=\"nas\" dir=\"music\" user_name=\"\" "
-      "password=\"\" status=\"mounted\"/></network_mounts>";
-  struct Case {
-    std::vector<std::string> answers;
-    long long id;  // 0: null
-  } cases[] = {
-      {{"status = pending\n", "status = ok\nid = 5\n"}, 5},
-      {{"status = pending\n", "status = pending\n", "status = ok\nid = 5\n"}, 5},
-      {{"status = ok\nid = 0\n"}, 0},
-      {{"status = ok\nid = -3\n"}, 0},
-      {{"status = ok\n"}, 0},
-      {{"status = ok\nid = 6\n"}, 0},  // an id that is not in the list: disappeared
-      {{"status = busy\nid = 5\n"}, 0},
-      {{"id = 5\n"}, 0},  // no status: an error
-  };
+  publish("mounted");
   test::make_dirs(dir());
   ASSERT_TRUE(network_ipc_open());
-  for (const Case& c : cases) {
+  struct Case {
+    std::vector<std::string> answers;
+    long long id;  // of the mount returned, 0 for none
+  };
+  for (const Case& c : {Case{{"status = pending\n", "status = ok\nid = 4\n"}, 4},  // asked again
+                        Case{{"status = ok\nid = 0\n"}, 0}, Case{{"status = busy\nid = 4\n"}, 0},
+                        Case{{"status = ok\nid = 6\n"}, 0},  // an id that is not in the list: disappeared
+                        Case{{"id = 4\n"}, 0}}) {            // no status: an error
     SCOPED_TRACE(c.answers.back());
-    unlink(sandbox.path(NETWORK_MOUNT_LIST_PATH).c_str());
-    pid_t fake = scripted_daemon(c.answers, list5);
+    pid_t fake = test::spawn([&] {
+      simple_ipc_server* server = simple_ipc_server_create(NETWORK_IPC_SERVER_ID);
+      int served = 0;
+      for (; served < (int)c.answers.size(); ++served) {
+        for (int i = 0; i < 5000 && simple_ipc_server_get_num_requests(server) == 0; ++i, usleep(1000)) {
+          simple_ipc_server_look_for_new_requests(server);
+        }
+        if (simple_ipc_server_get_num_requests(server) == 0) break;
+        properties* response = properties_create_empty();
+        properties_build_from_buffer(response, c.answers[served].c_str());
+        simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), response);
+      }
+      return served;
+    });
     network_mount* m = nullptr;
     log = test::captured_stderr([&] { m = ensure_smb("shell"); });
-    int status = 0;
-    waitpid(fake, &status, 0);
-    EXPECT_EQ((int)c.answers.size(), WEXITSTATUS(status));
-    EXPECT_EQ(c.answers.size(), occurrences(log, "sending mount"));
+    EXPECT_EQ((int)c.answers.size(), test::exit_status(fake));
     EXPECT_EQ(c.id, m ? m->id : 0);
   }
-  EXPECT_LOGGED(log, "' finished (failed)\n");
-  long long id = 99;
-  pid_t fake = scripted_daemon({"status = ok\nid = 0\n"}, list5);
-  EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, network_ipc_send_and_wait_mount(NETWORK_FOLDER_TYPE_SMB, "nas", "music",
-                                                                     nullptr, nullptr, -1, "x", &id));
-  EXPECT_EQ(0, id);
-  waitpid(fake, nullptr, 0);
+  EXPECT_CONTAINS(log, "' finished (failed)\n");
 }
 
+// Without a daemon only the published list answers: a share that stays "unmounting" is waited for 10 s at most, by
+// both procedures at once, and a mounted one is asked for in vain.
 TEST_F(NetworkIpc, NoDaemonRunning) {
   log = test::captured_stderr([&] { EXPECT_FALSE(network_ipc_open()); });
-  EXPECT_LOGGED(log, "failed to connect to server 'network_manager': dir not exist\n");
+  EXPECT_CONTAINS(log, "failed to connect to server 'network_manager': dir not exist\n");
+  publish("unmounting");
+  {
+    test::LogLock log_lock;
+    log = test::captured_stderr([&] {
+      std::thread unmount([] { EXPECT_EQ(1, try_network_umount(4)); });
+      EXPECT_EQ(nullptr, ensure_smb("shell"));
+      unmount.join();
+    });
+  }
+  for (const char* line : {"[umount] 4: still waiting for 4 unmounted\n",
+                           "[umount] 4: timed out waiting for 4 unmounted\n",
+                           "[ensure_mnt] smb://nas:music: still waiting for unmounting\n",
+                           "[ensure_mnt] smb://nas:music: timed out waiting for unmounting\n"}) {
+    EXPECT_CONTAINS(log, "] " + std::string(line));
+  }
+  EXPECT_EQ(std::string::npos, log.find("[network_ipc]"));
+  publish("mounted");
   log = test::captured_stderr([&] {
     EXPECT_EQ(nullptr, ensure_smb("shell"));
-    EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, network_ipc_send_and_wait_umount(1));
-    EXPECT_FALSE(network_ipc_send_touch(1));
+    EXPECT_EQ(1, try_network_umount(4));
+    EXPECT_FALSE(network_ipc_send_touch(4));
   });
-  EXPECT_LOGGED(log, "] [network_ipc] command 'mount' failed: ipc not opened\n");
-  EXPECT_LOGGED(log, "] [network_ipc] command 'umount' failed: ipc not opened\n");
-  EXPECT_LOGGED(log, "] [network_ipc] command 'touch' failed: ipc not opened\n");
-  // A directory left behind by a daemon that is gone: the request times out after 10 s.
+  for (const char* command : {"mount", "umount", "touch"}) {
+    EXPECT_CONTAINS(log, "] [network_ipc] command '" + std::string(command) + "' failed: ipc not opened\n");
+  }
+  EXPECT_CONTAINS(log, "] [umount] 4: IPC returned: error\n");
   test::make_dirs(dir());
   ASSERT_TRUE(network_ipc_open());
   EXPECT_DEATH(network_ipc_open(),
                test::assertion_report("player/src/util/mt/network_ipc", 0, "network_ipc_open", "!network_ipc"));
-  log = test::captured_stderr([&] { EXPECT_EQ(nullptr, ensure_smb("shell")); });
-  EXPECT_LOGGED(log, "] [network_ipc] request 'mount.");
-  EXPECT_LOGGED(log, "' timed out\n");
-  EXPECT_NOT_LOGGED(log, "waiting for mount");
 }
 
-// 4 processes and 8 threads of this one ensure the same share under their own names. The
-// daemon mounts at once, so nobody finds the share "mounting" (which is waited for without a
-// lock of one's own) and every owner's request adds its lock.
+// 4 processes and 8 threads of this one ensure the same share under their own names. The daemon mounts at once, so
+// nobody finds the share "mounting" (which is waited for without a lock of one's own) and every owner's request adds
+// its lock.
 TEST_F(NetworkIpc, ManyOwnersShareOneMount) {
   start_daemon("--mount-delay 0");
   test::LogLock log_lock;
-  std::vector<std::string> owners;
+  auto owner = [](int i) { return "owner-" + std::to_string(i); };
+  auto mounted_for = [&](int i) {
+    network_mount* m = ensure_smb(owner(i).c_str());
+    return m != nullptr && network_mount_has_owner(m, owner(i).c_str()) ? (int)m->id : 100;
+  };
   std::vector<pid_t> processes;
-  for (int i = 0; i < 4; ++i) {
-    owners.push_back("process-" + std::to_string(i));
-    pid_t pid = fork();
-    if (pid == 0) {
-      network_mount* m = ensure_smb(owners.back().c_str());
-      _exit(m != nullptr && network_mount_has_owner(m, owners.back().c_str()) ? (int)m->id : 100);
-    }
-    processes.push_back(pid);
-  }
-  std::vector<long long> ids(8, -1);
+  for (int i = 8; i < 12; ++i) processes.push_back(test::spawn([&, i] { return mounted_for(i); }));
+  std::vector<int> ids(8);
   std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    owners.push_back("thread-" + std::to_string(i));
-    threads.emplace_back([&, i, owner = owners.back()] {
-      network_mount* m = ensure_smb(owner.c_str());
-      ids[i] = m != nullptr && network_mount_has_owner(m, owner.c_str()) ? m->id : 0;
-    });
-  }
+  for (int i = 0; i < 8; ++i) threads.emplace_back([&, i] { ids[i] = mounted_for(i); });
   for (std::thread& t : threads) t.join();
-  for (pid_t pid : processes) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    ids.push_back(WIFEXITED(status) ? WEXITSTATUS(status) : -1);
-  }
-  EXPECT_EQ(std::vector<long long>(12, 1), ids);
-  network_mount_list_reload_current();
+  for (pid_t pid : processes) ids.push_back(test::exit_status(pid));
+  EXPECT_EQ(std::vector<int>(12, 1), ids);
+  // Then each owner unlocks and asks for the unmount, which only the last one gets.
   network_mount_list* list = network_mount_list_get_current();
+  network_mount_list_reload_current();
   ASSERT_EQ(1, list->num_items);
-  ASSERT_EQ(12, network_mount_get_num_locks(list->items[0]));
-  for (const std::string& owner : owners) EXPECT_TRUE(network_mount_has_owner(list->items[0], owner.c_str())) << owner;
-  for (size_t i = 0; i < owners.size(); ++i) {
-    SCOPED_TRACE(owners[i]);
-    unlock_network_mount(1, owners[i].c_str());
-    EXPECT_EQ(i + 1 < owners.size() ? 2 : 0, try_network_umount(1));
+  EXPECT_EQ(12, network_mount_get_num_locks(list->items[0]));
+  for (int i = 0; i < 12; ++i) {
+    SCOPED_TRACE(owner(i));
+    EXPECT_TRUE(network_mount_list_reload_current() && network_mount_has_owner(list->items[0], owner(i).c_str()));
+    unlock_network_mount(1, owner(i).c_str());
+    EXPECT_EQ(i < 11 ? 2 : 0, try_network_umount(1));
   }
-  EXPECT_EQ(nullptr, published(1));
+  network_mount_list_reload_current();
+  EXPECT_EQ(0, list->num_items);
 }
 
 }  // namespace
