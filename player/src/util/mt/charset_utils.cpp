@@ -199,7 +199,6 @@ constexpr ReverseMap make_reverse(const Table& table) {
   int slots = 0;
   for (int b = 1; b < 256; ++b) {
     UTF32 c = table.map[b];
-    if (c < 0x80) continue;  // ASCII is answered without the map
     unsigned page = c >> 8;
     if (m.slot_of_page[page] == 0) m.slot_of_page[page] = (unsigned char)++slots;
     unsigned char& entry = m.bytes[m.slot_of_page[page]][c & 0xFF];

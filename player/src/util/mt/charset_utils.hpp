@@ -20,15 +20,16 @@ struct ReverseMap {
   static constexpr int kMaxPages = 8;
   // Slot of the 256-code-point page (c >> 8) of every code point below 0x10000; 0 = no byte.
   unsigned char slot_of_page[256] = {};
-  // Byte of each code point of a used page; 0 = no byte (only U+0000 maps to byte 0).
+  // Byte of each code point of a used page, ASCII included; 0 = no byte (only U+0000 maps
+  // to byte 0).
   unsigned char bytes[kMaxPages + 1][256] = {};
 
+  // Two loads and no branch on the character, so that text mixing ASCII with other letters
+  // converts without mispredictions.
   int find(UTF32 c, int fallback) const {
-    if (c < 0x80) return (int)c;  // every table starts with ASCII
     if (c >= 0x10000) return fallback;
-    unsigned slot = slot_of_page[c >> 8];
-    unsigned char b = bytes[slot][c & 0xFF];
-    return b != 0 ? b : fallback;
+    unsigned char b = bytes[slot_of_page[c >> 8]][c & 0xFF];
+    return b != 0 || c == 0 ? b : fallback;
   }
 };
 const ReverseMap& reverse(int code_page);

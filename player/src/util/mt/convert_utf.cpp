@@ -81,7 +81,8 @@ ConversionResult from_utf8(const UTF8** source_start, const UTF8* source_end, Ou
     }
     if (source == source_end) break;
     UTF32 ch;
-    int length = decode(source, source_end, &ch);
+    int length = decode_two_bytes(source, source_end, &ch);  // Latin, Cyrillic, Greek, Hebrew, ...
+    if (length == 0) length = decode(source, source_end, &ch);
     if (length <= 0) {
       result = length == kExhausted ? sourceExhausted : sourceIllegal;
       break;

@@ -71,6 +71,14 @@ inline int decode(const UTF8* s, const UTF8* end, UTF32* code_point) {
   return length;
 }
 
+// The common case of decode: a well-formed two-byte sequence at `s` (s < end) gives 2 and
+// its code point; anything else gives 0 and leaves the answer to decode.
+inline int decode_two_bytes(const UTF8* s, const UTF8* end, UTF32* code_point) {
+  if (s[0] < 0xC2 || s[0] > 0xDF || end - s < 2 || (s[1] & 0xC0) != 0x80) return 0;
+  *code_point = (UTF32)(s[0] & 0x1F) << 6 | (s[1] & 0x3F);
+  return 2;
+}
+
 // Reads the character at `*s` in zero-terminated text and advances past it; an ill-formed or
 // truncated sequence advances one byte and reads as "?". The terminator fails the trailing-
 // byte test, so no length is needed and nothing past it is read; at the terminator itself
