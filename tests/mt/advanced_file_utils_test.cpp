@@ -393,11 +393,11 @@ TEST_F(AdvancedFileUtilsTest, VerbatimCopyKeepsEveryName) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(FS_copy_recursively_verbatim((source + "/").c_str(), at("copy").c_str(), 0, 0), 1);
   EXPECT_EQ(snapshot(at("copy")), snapshot(source));
-  std::string deep = at("deep"), long_name(250, 'n');
+  std::string deep = at("deep");
   while (deep.size() < 3800) deep += "/" + std::string(200, 'x');
   test::make_dirs(deep);
-  std::string exact(4095 - deep.size() - 1, 'e');
-  ASSERT_LT(exact.size(), 256u);
+  std::string exact(4095 - deep.size() - 1, 'e'), long_name(exact.size() + 1, 'n');
+  ASSERT_LT(long_name.size(), 256u);
   test::make_dirs(at("exact"));
   test::write_file(at("exact/") + exact, "exact");
   for (auto copy : {FS_copy_recursively, FS_copy_recursively_verbatim}) {
@@ -406,7 +406,7 @@ TEST_F(AdvancedFileUtilsTest, VerbatimCopyKeepsEveryName) {
     EXPECT_EQ(listing(deep), Visits{exact});
     unlink((deep + "/" + exact).c_str());
   }
-  test::write_file(source + "/" + long_name, "long");  // its copy's path would exceed 4095 bytes
+  test::write_file(source + "/" + long_name, "long");  // its copy's path would take 4096 bytes
   EXPECT_EQ(FS_copy_recursively_verbatim(source.c_str(), deep.c_str(), 0, 0), 0);
   std::string log = testing::internal::GetCapturedStderr();
   EXPECT_NE(log.find(long_name + ": " + strerror(ENAMETOOLONG) + "\n"), std::string::npos) << log;
