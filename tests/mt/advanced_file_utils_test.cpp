@@ -406,6 +406,12 @@ TEST_F(AdvancedFileUtilsTest, VerbatimCopyKeepsEveryName) {
     EXPECT_EQ(listing(deep), Visits{exact});
     unlink((deep + "/" + exact).c_str());
   }
+  // The formatted copy cuts a name at the end of the buffer, also within an expansion.
+  test::make_dirs(at("cut"));
+  test::write_file(at("cut/") + exact.substr(1) + "%2d", "cut");
+  EXPECT_EQ(FS_copy_recursively(at("cut").c_str(), deep.c_str(), 0, 0), 1);
+  EXPECT_EQ(test::read_file(deep + "/" + exact.substr(1) + " "), "cut");
+  unlink((deep + "/" + exact.substr(1) + " ").c_str());
   test::write_file(source + "/" + long_name, "long");  // its copy's path would take 4096 bytes
   EXPECT_EQ(FS_copy_recursively_verbatim(source.c_str(), deep.c_str(), 0, 0), 0);
   std::string log = testing::internal::GetCapturedStderr();
