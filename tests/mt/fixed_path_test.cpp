@@ -34,7 +34,8 @@ TEST(Tool, ExitStatusesOutputFailuresAndOptionPlacement) {
                      {"demo --help", 0, "Usage: vonautil demo"}, {"props set --help", 0, "Usage: vonautil props"},
                      {"props set " + f + " k --help", 0, "new: k = --help\n"},
                      {"props set --create -- " + sandbox.path("/--create") + " k v", 0, "new: k = v\n"},
-                     {"--help 2>&1 >/dev/full; exit $?", 1, "vonautil: cannot write the output: No space left on device\n", true},
+                     {"--help 2>&1 >/dev/full; exit $?", 1,
+                      "vonautil: cannot write the output: No space left on device\n", true},
                      {"url classify a.mp3 b.mkv >/dev/full", 1, ""}});
   EXPECT_EQ("a = 1\nk = --help\n", test::read_file(f));
   EXPECT_EQ("k = v\n", test::read_file(sandbox.path("/--create")));
