@@ -104,19 +104,6 @@ TEST(MpegSection, HeaderFieldsAndChecksInOrderWithinTheAvailableBytes) {
                                                               c.require_syntax))
         << c.bytes.size() << " " << c.table_id << " " << c.available << " " << c.require_syntax;
   }
-  // Any changed byte before the CRC, and any changed CRC byte, is noticed.
-  for (size_t i = 0; i < kPat.size(); ++i) {
-    for (unsigned char flip : {0x01, 0x80, 0xFF}) {
-      Bytes changed = kPat;
-      changed[i] ^= flip;
-      EXPECT_EQ(0, mpeg_utils_verify_extracted_section(changed.data(), -1, (int)kPat.size(), 0)) << i << " " << +flip;
-    }
-  }
-  // Sections of an independent builder verify at every size a packet can hold.
-  for (size_t body = 1; body <= 170; ++body) {
-    Bytes built = make_section(0x42, Bytes(body, (unsigned char)body));
-    ASSERT_EQ(1, mpeg_utils_verify_extracted_section(built.data(), 0x42, (int)built.size(), 1)) << body;
-  }
 }
 
 TEST(MpegSection, LocatesTheSectionAfterThePointerFieldAndAdaptationField) {
