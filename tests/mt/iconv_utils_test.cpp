@@ -1,8 +1,8 @@
 #include <dlfcn.h>
 #include <iconv.h>
-#include <pthread.h>
 
 #include <atomic>
+
 #include "test_support.hpp"
 
 // The C library's iconv_open and iconv_close, counted: the library's calls resolve to these.
