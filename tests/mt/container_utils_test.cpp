@@ -134,8 +134,7 @@ TEST(ContainerUtilsKeys, MissingOrInconsistentEntriesAreAssertions) {
       {builder, item + std::string("0.begin = 0\n0.end = 2\n"), "Assertion `start >= 0'"},
       {builder, item + std::string("0.start = 1\n0.begin = 0\n0.end = 2\n"), "Assertion `begin >= start'"},
       {builder, item + std::string("0.start = 0\n0.begin = 0\n"), "Assertion `end >= begin'"},
-      {builder, item + std::string("0.start = 0\n0.begin = 0\n0.end = 1\n"), "Assertion `end == t->buf_length'"},
-  };
+      {builder, item + std::string("0.start = 0\n0.begin = 0\n0.end = 1\n"), "Assertion `end == t->buf_length'"}};
   for (const Case& c : cases) {
     properties* p = parse(c.text);
     const char* module = c.restore == builder ? "string_builder" : "container_utils";  // the builder's own module

@@ -18,21 +18,6 @@ bool stamped_at(const std::string& text, size_t pos, const char* format, time_t 
   return false;
 }
 
-// Runs `body` with standard error sent to `file`, then puts standard output and standard error
-// back (so that expectations never land in a log file); returns the messages that reached `file`.
-std::string with_stderr_in(const std::string& file, const std::function<void()>& body) {
-  int out = dup(1), err = dup(2), fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  dup2(fd, 2);
-  close(fd);
-  body();
-  fflush(stdout);
-  dup2(out, 1);
-  dup2(err, 2);
-  close(out);
-  close(err);
-  return test::log_messages(test::read_file(file));
-}
-
 bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 
 int log_through_vprint(const char* format, ...) {
@@ -95,8 +80,19 @@ class LogFile : public test::SandboxTest {
     unsetenv("LOG_DIR");
     unsetenv("LOG_MAX_FILE_SIZE");
   }
-  // What reached standard error before the redirection.
-  std::string redirected(const std::function<void()>& body) { return with_stderr_in(dir + ".err", body); }
+  // Runs `body` with standard error sent to DIR.err, then puts standard output and standard error back
+  // (so that expectations never land in a log file); returns the messages that reached standard error
+  // before a redirection.
+  std::string redirected(const std::function<void()>& body) {
+    int out = dup(1), err = dup(2), fd = open((dir + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    dup2(fd, 2);
+    close(fd);
+    body();
+    fflush(stdout);
+    dup2(out, 1), dup2(err, 2);
+    close(out), close(err);
+    return test::log_messages(test::read_file(dir + ".err"));
+  }
   std::string logged(const std::string& suffix = "") { return test::log_messages(test::read_file(path + suffix)); }
   std::string dir, path;
   const std::string kStarted = "***** log_redirect_to_file() succeeded *****\n\n\n\n";

@@ -47,8 +47,7 @@ TEST(FirmwareNames, SignaturesAndFileNames) {
            {name, "", "", 0},
            {name_prefix, "VONA_FIRMWARE_ABC_1.2.DFF", "abc", 1}, {name_prefix, "vona_firmware_abc_.dff", "abc", 1},
            {name_prefix, "vona_firmware_abc.dff", "abc", 0}, {name_prefix, "vona_firmware_abcd_1.dff", "abc", 0},
-           {name_prefix, "vona_firmware_abc_1.img", "abc", 0}, {name_prefix, "vona_firmware_ab", "abc", 0},
-       }) {
+           {name_prefix, "vona_firmware_abc_1.img", "abc", 0}, {name_prefix, "vona_firmware_ab", "abc", 0}}) {
     EXPECT_EQ(c.expected, c.check(c.text, c.id)) << c.text << " / " << c.id;
   }
 }
@@ -237,8 +236,7 @@ TEST(FirmwareSignature, DevelopmentKeysSignAndChangesAreRefused) {
            {dsa, &digest, length, nullptr, 0, 0}};
   for (const Case& c : cases) {
     EXPECT_EQ(c.expected, c.verify(c.digest ? c.digest->data() : nullptr, c.length,
-                                   c.signature ? c.signature->data() : nullptr, c.size))
-        << "row " << &c - cases.data();
+                                   c.signature ? c.signature->data() : nullptr, c.size)) << "row " << &c - cases.data();
   }
 }
 #endif
@@ -345,7 +343,5 @@ TEST_F(FirmwareTool, InspectAndName) {
       {"fw name VONA_FIRMWARE_x_1.DFF", 0, "'VONA_FIRMWARE_x_1.DFF' is a firmware file name\n", true},
       {"fw name vona_firmware_x_1.dff y", 1,
        "'vona_firmware_x_1.dff' is not a firmware file name for product id prefix 'y'\n", true},
-      {"fw name", 2, ""},
-      {"fw unpack x", 2, ""},
-  });
+      {"fw name", 2, ""}, {"fw unpack x", 2, ""}});
 }

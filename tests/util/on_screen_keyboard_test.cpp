@@ -173,10 +173,8 @@ TEST(OnScreenKeyboard, ToolChecksDumpsAndDraws) {
   test::write_file(broken, "(en) (bs)\n[a] [bc [d]\nname = x\n");
   test::expect_tool({{"osk check " + en, 0, en + ": ok, 15 x 5\n", true},
                      {"osk check " + en + " " + broken, 1, broken + ": ']' expected at row 1, col 2; char U+005B found."},
-                     {"osk check", 2, ""},
-                     {"osk dump --lang y", 1, ""},
-                     {"osk render " + broken, 1, ""},
-                     {"osk render " + en + " -o", 2, ""}});
+                     {"osk check", 2, ""}, {"osk dump --lang y", 1, ""},
+                     {"osk render " + broken, 1, ""}, {"osk render " + en + " -o", 2, ""}});
   std::string out;
   EXPECT_EQ(test::run_tool("osk dump " + en, &out), 0);
   Layout shipped(test::read_file(en));
