@@ -106,14 +106,9 @@ TEST_F(LogFile, LockBracketsEveryPublicCallOnceAndSyslogTakesLinesUntilAFileRedi
   char* argv[] = {arg};
   std::vector<int> seen;  // locks, unlocks and the deepest nesting of each call, as digits
   std::vector<std::function<void()>> calls = {
-      [] { log_redirect_to_syslog("vonautil-test"); },
-      [] { log_print("x"); },
-      [] { log_through_vprint("x"); },
-      [] { log_print_tight("x"); },
-      [] { log_perror("x"); },
-      [&] { log_print_args(1, argv); },
-      [] { log_redirect_to_file("app.log", 0); },
-      [] { log_rotate_if_needed(); },
+      [] { log_redirect_to_syslog("vonautil-test"); }, [] { log_print("x"); }, [] { log_through_vprint("x"); },
+      [] { log_print_tight("x"); }, [] { log_perror("x"); }, [&] { log_print_args(1, argv); },
+      [] { log_redirect_to_file("app.log", 0); }, [] { log_rotate_if_needed(); },
       [&] { log_redirect_stderr_to_file((dir + ".err").c_str(), 1); },
   };
   EXPECT_EQ("y\nz\n", redirected([&] {

@@ -213,28 +213,25 @@ TEST_F(TsTool, CheckCountsSectionsPerPidAndTable) {
                        gap[0] + gap[2] +                                // the middle packet lost
                        ts_packets(make_section(0x70, Bytes(5, 1), false), 0x11, 4)[0] +
                        ts_packets(make_section(0x42, Bytes(300, 2)), 0x11, 5)[0];  // the last one cut off
-  std::string expected =
-      "PID     table  intact  failed  skipped\n"
-      "0x0011  0x00        1       0        0\n"
-      "0x0011  0x42        1       1        1\n"
-      "0x0011  0x70        0       0        1\n"
-      "8 packets (0 start elementary stream data), 0 resynchronisations, 0 bytes skipped\n"
-      "sections: 2 intact, 1 failed, 2 skipped\n"
-      "continuity errors: 1 (PID 0x0011: 1)\n";
-  test::write_file(path, stream);
-  EXPECT_EQ(1, test::run_tool("ts check " + path, &out));
-  EXPECT_EQ(expected, out);
-  // 192-byte packets and standard input are read as well.
+  // 192-byte packets (with time stamps), read from standard input.
   std::string timestamped;
   for (size_t at = 0; at < stream.size(); at += 188) timestamped += "\x12\x34\x56\x78" + stream.substr(at, 188);
   test::write_file(path, timestamped);
   EXPECT_EQ(1, test::run_tool("ts check - < " + path, &out));
-  EXPECT_EQ("192-byte packets (with time stamps)\n" + expected, out);
+  EXPECT_EQ("192-byte packets (with time stamps)\n"
+            "PID     table  intact  failed  skipped\n"
+            "0x0011  0x00        1       0        0\n"
+            "0x0011  0x42        1       1        1\n"
+            "0x0011  0x70        0       0        1\n"
+            "8 packets (0 start elementary stream data), 0 resynchronisations, 0 bytes skipped\n"
+            "sections: 2 intact, 1 failed, 2 skipped\n"
+            "continuity errors: 1 (PID 0x0011: 1)\n",
+            out);
 
   std::string text, good = sandbox.path("/good.ts");
   for (int line = 0; line < 100; ++line) text += "Grid line " + std::to_string(line) + ": not a packet\n";
   test::write_file(path, text);
   test::write_file(good, whole[0] + whole[1] + whole[2]);
   test::expect_tool({{"ts check - < " + good, 0, ""}, {"ts check " + path, 1, "is not a transport stream"},
-                     {"ts check", 2, ""}, {"ts verify " + path, 2, ""}});
+                     {"ts verify " + path, 2, ""}});
 }
