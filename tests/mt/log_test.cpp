@@ -1,5 +1,4 @@
 #include <errno.h>
-#include <fcntl.h>
 
 #include <ctime>
 #include <functional>
