@@ -124,6 +124,7 @@ TEST(FirmwareHeader, ParametersMustPairUpAndEndBeforeOffset256) {
   EXPECT_STREQ("xxxxxxx", buffer);
   EXPECT_EQ(6, fw_put_header_param(buffer, 6, "ab", "cd"));
   EXPECT_STREQ("ab:cd", buffer);
+  EXPECT_EQ(1, fw_put_header_param(buffer, 1, "", nullptr));  // an empty plain string fits in one byte
 }
 
 TEST(FirmwareHeader, WalkingStringsAndFindingParameters) {
