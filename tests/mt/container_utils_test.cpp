@@ -157,6 +157,10 @@ TEST(ContainerUtilsKeys, HugeCountsFromOutsideNeverAllocateForTheCount) {
   EXPECT_EQ(nullptr, long_long_array_restore_bounded(huge, "n"));
   properties* unnamed = parse(".is_not_null = 1\n.size = 99\n");  // no prefix: still ".size"
   EXPECT_EQ(nullptr, long_long_array_restore_bounded(unnamed, nullptr));
+  properties_set(unnamed, ".size", "0");  // an empty array comes back empty, not as null
+  long_long_array* empty = long_long_array_restore_bounded(unnamed, nullptr);
+  EXPECT_TRUE(empty != nullptr && empty->size == 0);
+  long_long_array_free(empty);
   properties_free(unnamed);
   long_long_array_free(lla);
   properties_free(huge);
