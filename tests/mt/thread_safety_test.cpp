@@ -145,7 +145,8 @@ TEST(ThreadSafety, MountCacheLookupsWhileTheCacheIsRebuilt) {
                                                  "//nas/Photos /tmp/mnt/storage/sda1/Photos cifs rw 0 0\n");
   symlink("/tmp/mnt/storage/usb1", sandbox.path("/tmp/mnt/D").c_str());
   struct Row { const char *path, *type; } rows[] = {
-      {"/tmp/mnt/storage/sda1/a.mkv", "ext3"}, {"/tmp/mnt/storage/sda1/Photos/x", "cifs"}, {"/tmp/video.ts", "unknown"}};
+      {"/tmp/mnt/storage/sda1/a.mkv", "ext3"}, {"/tmp/mnt/storage/sda1/Photos/x", "cifs"},
+      {"/tmp/video.ts", "unknown"}};
   mount_cache_update();
   auto lookups = [&](int) {
     for (int round = 0; round < 300; ++round) {

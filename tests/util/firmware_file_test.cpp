@@ -43,8 +43,8 @@ TEST(FirmwareNames, SignaturesAndFileNames) {
            {signature_prefix, cut_at_127.c_str(), long_prefix.c_str(), 1},
            {signature_prefix, cut_at_126.c_str(), long_prefix.c_str(), 0},
            {name, "VONA_FIRMWARE_anything.DFF", "", 1}, {name, "vona_firmware_.dff", "", 1},
-           {name, "vona_firmware.dff", "", 0}, {name, "vona_firmware_x.df", "", 0}, {name, "vona_firmware_x.dff.txt", "", 0},
-           {name, "", "", 0},
+           {name, "vona_firmware.dff", "", 0}, {name, "vona_firmware_x.df", "", 0},
+           {name, "vona_firmware_x.dff.txt", "", 0}, {name, "", "", 0},
            {name_prefix, "VONA_FIRMWARE_ABC_1.2.DFF", "abc", 1}, {name_prefix, "vona_firmware_abc_.dff", "abc", 1},
            {name_prefix, "vona_firmware_abc.dff", "abc", 0}, {name_prefix, "vona_firmware_abcd_1.dff", "abc", 0},
            {name_prefix, "vona_firmware_abc_1.img", "abc", 0}, {name_prefix, "vona_firmware_ab", "abc", 0}}) {
@@ -58,8 +58,8 @@ TEST(FirmwareHeader, LayoutIsReproducibleFromTheSeed) {
   char first[FW_FILE_HEADER_SIZE], second[FW_FILE_HEADER_SIZE];
   ASSERT_EQ(0, fw_generate_fw_file_header(first, "text a", 1024, 77, "format1", "VONA FIRMWARE FILE [x]", 3, &params));
   std::vector<std::string> strings = header_strings(first);
-  std::vector<std::string> expected = {"VONA FIRMWARE FILE [x]", "format1", "text a", "1536", "77", "hwv:3", "region:eu",
-                                       "build:1234"};
+  std::vector<std::string> expected = {"VONA FIRMWARE FILE [x]", "format1", "text a", "1536", "77", "hwv:3",
+                                       "region:eu", "build:1234"};
   ASSERT_GT(strings.size(), expected.size());
   EXPECT_EQ(expected, std::vector<std::string>(strings.begin(), strings.begin() + expected.size()));
   // Filler numbers from the seeded generator until offset 156 is reached, zeros up to 256,
