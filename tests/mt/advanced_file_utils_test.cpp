@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <map>
+#include <set>
 
 #include "player/src/util/mt/file_utils.h"
 #include "test_support.hpp"
@@ -70,16 +71,13 @@ std::map<std::string, std::string> snapshot(const std::string& root, const std::
     lstat(path.c_str(), &status);
     char target[256] = "", mode[8];
     snprintf(mode, sizeof mode, "%04o ", (unsigned)(status.st_mode & 07777));
-    if (!S_ISLNK(status.st_mode) && !S_ISDIR(status.st_mode) && !S_ISREG(status.st_mode)) {
-      entries[rel] = std::string("other ") + mode;
-    } else if (S_ISLNK(status.st_mode)) {
+    if (S_ISLNK(status.st_mode)) {
       entries[rel] = "link " + std::string(target, std::max<ssize_t>(0, readlink(path.c_str(), target, 255)));
     } else if (S_ISDIR(status.st_mode)) {
       entries[rel] = std::string("dir ") + mode;
-      auto below = snapshot(root, rel);
-      entries.insert(below.begin(), below.end());
+      entries.merge(snapshot(root, rel));
     } else {
-      entries[rel] = std::string("file ") + mode + test::read_file(path);
+      entries[rel] = S_ISREG(status.st_mode) ? "file " + (mode + test::read_file(path)) : std::string("other ") + mode;
     }
   }
   return entries;
@@ -126,9 +124,7 @@ TEST_F(AdvancedFileUtilsTest, WalkOrdersSkipsAndCancels) {
             0);
   recorder.answers = {{"a/x", FS_VISIT_CANCEL}};
   for (unsigned int flags : {0u, (unsigned)FS_ITER_PRE_ORDER, (unsigned)FS_ITER_CONTINUE_ON_ERROR}) {
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(recorder.walk(flags), -1);
-    std::string log = testing::internal::GetCapturedStderr();
+    std::string log = test::captured_stderr([&] { EXPECT_EQ(recorder.walk(flags), -1); });
     EXPECT_EQ(recorder.visits.back(), "a/x");
     // Only a post-order visit says that it cancelled.
     EXPECT_EQ(logged(log, "[fs_iter] visit(" + recorder.root + "/a/x): canceled"), !(flags & FS_ITER_PRE_ORDER));
@@ -146,16 +142,14 @@ TEST_F(AdvancedFileUtilsTest, WalkErrorsAreLoggedPassedOverOrVisited) {
   for (int error : {ENOENT, ENOTDIR, ENAMETOOLONG}) {
     std::string path = at(error == ENOENT ? "missing" : error == ENOTDIR ? "file/below" : std::string(300, 'n'));
     Recorder recorder(path);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(recorder.walk(0), 0) << path;  // logged and otherwise passed over
-    EXPECT_TRUE(logged(testing::internal::GetCapturedStderr(), "[fs_iter] lstat(" + path + "): " + strerror(error)));
-    const int answers[][2] = {{FS_VISIT_CONTINUE, 0}, {FS_VISIT_SKIP_CHILDREN, 0}, {FS_VISIT_ERROR, 1}, {FS_VISIT_CANCEL, 1}};
+    std::string log = test::captured_stderr([&] { EXPECT_EQ(recorder.walk(0), 0) << path; });
+    EXPECT_TRUE(logged(log, "[fs_iter] lstat(" + path + "): " + strerror(error)));  // and otherwise passed over
+    const int answers[][2] = {
+        {FS_VISIT_CONTINUE, 0}, {FS_VISIT_SKIP_CHILDREN, 0}, {FS_VISIT_ERROR, 1}, {FS_VISIT_CANCEL, 1}};
     for (const auto& answer : answers) {
       recorder.answers["!."] = answer[0];
-      testing::internal::CaptureStderr();
-      EXPECT_EQ(recorder.walk(FS_ITER_VISIT_ERRORS), answer[1]) << path << " " << answer[0];
-      EXPECT_EQ(logged(testing::internal::GetCapturedStderr(), "[fs_iter] visit(" + path + "): canceled on error"),
-                answer[0] == FS_VISIT_CANCEL);
+      log = test::captured_stderr([&] { EXPECT_EQ(recorder.walk(FS_ITER_VISIT_ERRORS), answer[1]) << path; });
+      EXPECT_EQ(logged(log, "[fs_iter] visit(" + path + "): canceled on error"), answer[0] == FS_VISIT_CANCEL);
       EXPECT_EQ(recorder.visits, Visits{"!."});
     }
   }
@@ -163,10 +157,8 @@ TEST_F(AdvancedFileUtilsTest, WalkErrorsAreLoggedPassedOverOrVisited) {
   // Following links below the start: a dangling link cannot be examined.
   Recorder recorder(make_tree("tree"));
   const unsigned int follow = FS_ITER_FOLLOW_LINKS_BELOW, errors = FS_ITER_VISIT_ERRORS;
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(recorder.walk(follow), 0);
-  EXPECT_TRUE(logged(testing::internal::GetCapturedStderr(),
-                     "[fs_iter] stat(" + recorder.root + "/dangling): No such file or directory"));
+  std::string log = test::captured_stderr([&] { EXPECT_EQ(recorder.walk(follow), 0); });
+  EXPECT_TRUE(logged(log, "[fs_iter] stat(" + recorder.root + "/dangling): No such file or directory"));
   EXPECT_EQ(recorder.visits, expected(recorder.root, false, true));
   EXPECT_EQ(recorder.visits.size(), 9u);  // link_dir/x and link_dir/y walked
   EXPECT_EQ(recorder.walk(follow | errors), 0);
@@ -208,9 +200,7 @@ TEST_F(AdvancedFileUtilsTest, WalkOfADirectoryThatCannotBeListed) {
   while (fs_dir_handle* handle = FS_opendir(recorder.root.c_str())) handles.push_back(handle);
   for (const auto& c : cases) {
     recorder.answers = {{"!.", c.error_answer}, {".", c.dir_answer}};
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(recorder.walk(c.flags), c.result) << c.flags << " " << c.error_answer << " " << c.dir_answer;
-    std::string log = testing::internal::GetCapturedStderr();
+    std::string log = test::captured_stderr([&] { EXPECT_EQ(recorder.walk(c.flags), c.result) << c.flags; });
     EXPECT_EQ(recorder.visits, c.visits) << c.flags << " " << c.error_answer << " " << c.dir_answer;
     EXPECT_TRUE(logged(log, "[fs_iter] scandir(" + recorder.root + "): Too many open files"));
     EXPECT_EQ(log.find("canceled on error") != std::string::npos, c.error_answer == 0 && (c.flags & errors));
@@ -219,30 +209,34 @@ TEST_F(AdvancedFileUtilsTest, WalkOfADirectoryThatCannotBeListed) {
 }
 
 TEST_F(AdvancedFileUtilsTest, CopyReproducesTheTree) {
-  std::string source = make_tree("src", true);
+  std::string source = make_tree("src", true), copy = at("copy");
   unlink((source + "/fifo").c_str());
-  test::write_file(source + "/100%% x%d", "percent");
   auto wanted = snapshot(source);
-  wanted["/100% x0"] = wanted["/100%% x%d"];  // the names below the root are format text
-  wanted.erase("/100%% x%d");
+  // The names below the root are format text, expanded as for zero or empty arguments.
+  for (auto [name, copied] : {std::pair<std::string, std::string>{"100%% x%d", "100% x0"}, {"%-4d|%.3d", "0   |000"}}) {
+    test::write_file(source + "/" + name, "percent");
+    wanted["/" + copied] = "file 0644 percent";
+  }
 
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(FS_copy_recursively((source + "/").c_str(), at("copy").c_str(), 0, 0), 1);
-  std::string log = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(snapshot(at("copy")), wanted);
-  EXPECT_TRUE(logged(log, "[cp_r] symlink '" + at("copy") + "/link_dir' -> 'a'"));
-  EXPECT_TRUE(logged(log, "[cp_r] mkdir '" + at("copy") + "/a/y'"));
-  EXPECT_TRUE(logged(log, "[cp_r] copy '" + source + "/b' -> '" + at("copy") + "/b'"));
+  std::string log = test::captured_stderr(
+      [&] { EXPECT_EQ(FS_copy_recursively((source + "/").c_str(), copy.c_str(), 0, 0), 1); });
+  EXPECT_EQ(snapshot(copy), wanted);
+  EXPECT_TRUE(logged(log, "[cp_r] symlink '" + copy + "/link_dir' -> 'a'"));
+  EXPECT_TRUE(logged(log, "[cp_r] mkdir '" + copy + "/a/y'"));
+  EXPECT_TRUE(logged(log, "[cp_r] copy '" + source + "/b' -> '" + copy + "/b'"));
   // Again: directories are reused and files overwritten up to the first link, which exists.
   testing::internal::CaptureStderr();
-  EXPECT_EQ(FS_copy_recursively(source.c_str(), at("copy").c_str(), 0, 0), 0);
+  EXPECT_EQ(FS_copy_recursively(source.c_str(), copy.c_str(), 0, 0), 0);
   // Links followed: below the source (the dangling one is passed over), and the source itself.
   EXPECT_EQ(FS_copy_recursively(source.c_str(), at("followed").c_str(), 0, 1), 1);
   symlink(source.c_str(), at("source_link").c_str());
   EXPECT_EQ(FS_copy_recursively(at("source_link").c_str(), at("as_link").c_str(), 0, 0), 1);
   EXPECT_EQ(FS_copy_recursively(at("source_link").c_str(), at("as_tree").c_str(), 1, 0), 1);
   EXPECT_EQ(FS_copy_recursively(source.c_str(), at("missing/copy").c_str(), 0, 0), 0);
-  testing::internal::GetCapturedStderr();
+  // A copy whose permission bits cannot be set (a /proc file) is made; the failure is logged.
+  test::write_file(at("comm"), test::read_file("/proc/self/comm"));  // the program's own name
+  EXPECT_EQ(FS_copy_recursively(at("comm").c_str(), "/proc/self/comm", 0, 0), 1);
+  EXPECT_TRUE(logged(testing::internal::GetCapturedStderr(), "[cp_r] chmod(/proc/self/comm, 644) failed"));
   auto followed = snapshot(at("followed"));
   EXPECT_EQ(followed["/link_dir/x"], wanted["/a/x"]);
   EXPECT_EQ(followed.count("/dangling"), 0u);
@@ -252,16 +246,34 @@ TEST_F(AdvancedFileUtilsTest, CopyReproducesTheTree) {
 }
 
 TEST_F(AdvancedFileUtilsTest, CopyFileReportsEachFailure) {
-  std::string big = make_tree("src", true) + "/b";
+  std::string big = make_tree("src", true) + "/b", fifo = at("src/fifo");
   int error = -1;
   EXPECT_EQ(FS_copy_file_ext(big.c_str(), at("big").c_str(), &error), 0);
   EXPECT_EQ(error, 0);
   EXPECT_EQ(test::read_file(at("big")), test::read_file(big));
-  EXPECT_EQ(FS_copy_file(at("src/fifo").c_str(), at("big").c_str()), 0);  // a FIFO without writer: empty
+  EXPECT_EQ(FS_copy_file(fifo.c_str(), at("big").c_str()), 0);  // a FIFO without writer: empty
   EXPECT_EQ(test::read_file(at("big")), "");
   // A file that reports the size 0 but holds text (as /proc files do) is read, not taken as empty.
   EXPECT_EQ(FS_copy_recursively("/proc/version", at("mounts").c_str(), 0, 0), 1);
   EXPECT_NE(test::read_file(at("mounts")), "");
+  // A writer that pauses: a short read is not the end, the copy goes on until the writer closes.
+  int ready[2];
+  ASSERT_EQ(0, pipe(ready));
+  pid_t writer = test::spawn([&] {
+    int fd = open(fifo.c_str(), O_RDWR);
+    bool ok = write(fd, "first ", 6) == 6 && write(ready[1], "", 1) == 1;
+    usleep(200000);
+    ok = ok && write(fd, "second", 6) == 6;
+    return close(fd) == 0 && ok ? 0 : 1;
+  });
+  char byte;
+  ASSERT_EQ(1, read(ready[0], &byte, 1));
+  EXPECT_EQ(FS_copy_file(fifo.c_str(), at("paused").c_str()), 0);
+  EXPECT_EQ(test::read_file(at("paused")), "first second");
+  EXPECT_EQ(test::exit_status(writer), 0);
+  close(ready[0]);
+  close(ready[1]);
+
   struct {
     std::string from, to;
     int error;
@@ -274,17 +286,16 @@ TEST_F(AdvancedFileUtilsTest, CopyFileReportsEachFailure) {
   };
   for (const auto& c : cases) {
     if (c.to == "/dev/full" && access("/dev/full", W_OK) != 0) continue;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(FS_copy_file_ext(c.from.c_str(), c.to.c_str(), &error), -1) << c.line;
-    EXPECT_TRUE(logged(testing::internal::GetCapturedStderr(), c.line)) << c.line;
+    std::string log =
+        test::captured_stderr([&] { EXPECT_EQ(FS_copy_file_ext(c.from.c_str(), c.to.c_str(), &error), -1); });
+    EXPECT_TRUE(logged(log, c.line)) << c.line;
     EXPECT_EQ(error, c.error) << c.line;
   }
 }
 
 TEST_F(AdvancedFileUtilsTest, RemoveTakesWhatItReachesAndNeverFollowsLinks) {
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(FS_remove_recursively_if_exists(at("missing").c_str()), 0);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");  // a missing path is not a failed walk
+  // A missing path is not a failed walk.
+  EXPECT_EQ(test::captured_stderr([&] { EXPECT_EQ(FS_remove_recursively_if_exists(at("missing").c_str()), 0); }), "");
   std::string outside = make_tree("outside");
   std::string tree = make_tree("tree");
   symlink(outside.c_str(), (tree + "/a/to_outside").c_str());
@@ -308,9 +319,8 @@ TEST_F(AdvancedFileUtilsTest, RemoveTakesWhatItReachesAndNeverFollowsLinks) {
   }
   close(openat(fd, "f1", O_WRONLY | O_CREAT, 0600));
   mkdirat(fd, unreachable.c_str(), 0755);
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(FS_remove_recursively_if_exists(at("chain").c_str()), -1);
-  EXPECT_NE(testing::internal::GetCapturedStderr().find("): File name too long\n"), std::string::npos);
+  EXPECT_CONTAINS(test::captured_stderr([&] { EXPECT_EQ(FS_remove_recursively_if_exists(at("chain").c_str()), -1); }),
+                  "): File name too long\n");
   EXPECT_TRUE(faccessat(fd, "f1", F_OK, 0) != 0 && faccessat(fd, unreachable.c_str(), F_OK, 0) == 0);
   EXPECT_TRUE(FS_is_dir((at("chain") + "/" + level).c_str()));
   unlinkat(fd, unreachable.c_str(), AT_REMOVEDIR);  // the sandbox cannot reach it either
@@ -356,27 +366,26 @@ TEST_F(AdvancedFileUtilsTest, FollowedWalksNeverLoop) {
   symlink("../../loop", (root + "/d/e/root").c_str());
   symlink("../../other", (root + "/d/side").c_str());
   Recorder recorder(root);
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(recorder.walk(FS_ITER_FOLLOW_LINKS_BELOW | FS_ITER_VISIT_ERRORS | FS_ITER_PRE_ORDER), 0);
-  Visits visits = recorder.visits;
-  std::sort(visits.begin(), visits.end());
-  EXPECT_EQ(visits, (Visits{"!d/e/root", "!d/up", ".", "d", "d/e", "d/side", "d/side/f"}));
-  EXPECT_EQ(recorder.walk(FS_ITER_FOLLOW_LINKS_BELOW), 0);  // passed over when errors are not visited
-  visits = recorder.visits;
-  std::sort(visits.begin(), visits.end());
-  EXPECT_EQ(visits, (Visits{".", "d", "d/e", "d/side", "d/side/f"}));
-  std::string log = testing::internal::GetCapturedStderr();
+  auto visits = [&](unsigned int flags) {
+    EXPECT_EQ(recorder.walk(flags), 0);
+    return std::set<std::string>(recorder.visits.begin(), recorder.visits.end());
+  };
+  const unsigned int below = FS_ITER_FOLLOW_LINKS_BELOW, errors = FS_ITER_VISIT_ERRORS, pre = FS_ITER_PRE_ORDER;
+  std::string log = test::captured_stderr([&] {
+    EXPECT_EQ(visits(below | errors | pre),
+              (std::set<std::string>{"!d/e/root", "!d/up", ".", "d", "d/e", "d/side", "d/side/f"}));
+    EXPECT_EQ(visits(below), (std::set<std::string>{".", "d", "d/e", "d/side", "d/side/f"}));  // errors passed over
+    EXPECT_EQ(FS_copy_recursively(root.c_str(), at("copy").c_str(), 0, 1), 1);
+  });
   EXPECT_TRUE(logged(log, "[fs_iter] stat(" + root + "/d/up): " + strerror(ELOOP))) << log;
-
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(FS_copy_recursively(root.c_str(), at("copy").c_str(), 0, 1), 1);
-  testing::internal::GetCapturedStderr();
   EXPECT_EQ(snapshot(at("copy")), (std::map<std::string, std::string>{
                                       {"/d", "dir 0755 "}, {"/d/e", "dir 0755 "}, {"/d/side", "dir 0755 "},
                                       {"/d/side/f", "dir 0755 "}}));
 }
 
-// The verbatim copy takes names as they are, where the documented copy formats them.
+// The verbatim copy takes names as they are, where the documented copy formats them; a name
+// that fills the path buffer (4095 bytes with the directory) is kept whole by both, a longer
+// one cancels the verbatim copy.
 TEST_F(AdvancedFileUtilsTest, VerbatimCopyKeepsEveryName) {
   std::string source = make_tree("src", true);
   unlink((source + "/fifo").c_str());
@@ -384,10 +393,26 @@ TEST_F(AdvancedFileUtilsTest, VerbatimCopyKeepsEveryName) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(FS_copy_recursively_verbatim((source + "/").c_str(), at("copy").c_str(), 0, 0), 1);
   EXPECT_EQ(snapshot(at("copy")), snapshot(source));
-  std::string deep = at("deep"), long_name(250, 'n');
+  std::string deep = at("deep");
   while (deep.size() < 3800) deep += "/" + std::string(200, 'x');
   test::make_dirs(deep);
-  test::write_file(source + "/" + long_name, "long");  // its copy's path would exceed 4095 bytes
+  std::string exact(4095 - deep.size() - 1, 'e'), long_name(exact.size() + 1, 'n');
+  ASSERT_LT(long_name.size(), 256u);
+  test::make_dirs(at("exact"));
+  test::write_file(at("exact/") + exact, "exact");
+  for (auto copy : {FS_copy_recursively, FS_copy_recursively_verbatim}) {
+    EXPECT_EQ(copy(at("exact").c_str(), deep.c_str(), 0, 0), 1);
+    EXPECT_EQ(test::read_file(deep + "/" + exact), "exact");
+    EXPECT_EQ(listing(deep), Visits{exact});
+    unlink((deep + "/" + exact).c_str());
+  }
+  // The formatted copy cuts a name at the end of the buffer, also within an expansion.
+  test::make_dirs(at("cut"));
+  test::write_file(at("cut/") + exact.substr(1) + "%2d", "cut");
+  EXPECT_EQ(FS_copy_recursively(at("cut").c_str(), deep.c_str(), 0, 0), 1);
+  EXPECT_EQ(test::read_file(deep + "/" + exact.substr(1) + " "), "cut");
+  unlink((deep + "/" + exact.substr(1) + " ").c_str());
+  test::write_file(source + "/" + long_name, "long");  // its copy's path would take 4096 bytes
   EXPECT_EQ(FS_copy_recursively_verbatim(source.c_str(), deep.c_str(), 0, 0), 0);
   std::string log = testing::internal::GetCapturedStderr();
   EXPECT_NE(log.find(long_name + ": " + strerror(ENAMETOOLONG) + "\n"), std::string::npos) << log;
@@ -398,32 +423,33 @@ TEST_F(AdvancedFileUtilsTest, VerbatimCopyKeepsEveryName) {
 }
 
 TEST_F(AdvancedFileUtilsTest, ToolAndAssertion) {
-  std::string source = make_tree("src"), output;
+  std::string source = make_tree("src"), copy = at("copy"), output;
   unlink((source + "/fifo").c_str());
-  EXPECT_EQ(test::run_tool("fs copy '" + source + "' '" + at("copy") + "'"), 0);
-  EXPECT_EQ(snapshot(at("copy")), snapshot(source));
-  EXPECT_EQ(test::run_tool("fs walk --pre-order --follow-below --errors '" + at("copy") + "'", &output), 0);
-  EXPECT_EQ(output.substr(0, output.find('\n')), "dir   " + at("copy"));
-  EXPECT_NE(output.find("\nerror " + at("copy") + "/dangling\n"), std::string::npos) << output;
-  EXPECT_EQ(test::run_tool("fs rm '" + at("copy") + "'"), 0);
-  EXPECT_FALSE(FS_file_exists(at("copy").c_str()));
-  EXPECT_EQ(test::run_tool("fs copy '" + source + "' '" + at("missing/copy") + "'"), 1);
-  EXPECT_EQ(test::run_tool("fs copy '" + source + "'") + test::run_tool("fs walk --sideways x"), 4);
-  // Names verbatim, no copy into the source itself, missing paths are failures.
-  test::write_file(source + "/a%d", "percent");
-  EXPECT_EQ(test::run_tool("fs copy '" + source + "' '" + at("copy") + "'"), 0);
-  EXPECT_EQ(snapshot(at("copy")), snapshot(source));
-  EXPECT_EQ(test::run_tool("fs copy --follow-below '" + source + "' '" + source + "/a/inner'", &output, true), 1);
-  EXPECT_EQ(output, "vonautil fs: cannot copy '" + source + "' into itself ('" + source + "/a/inner')\n");
-  EXPECT_EQ(test::run_tool("fs copy '" + source + "/' '" + at("src") + "'"), 1);
-  EXPECT_FALSE(FS_file_exists((source + "/a/inner").c_str()));
-  EXPECT_EQ(test::run_tool("fs walk '" + at("nothing") + "'", &output, true), 1);
-  EXPECT_EQ(output, "vonautil fs: cannot examine '" + at("nothing") + "': No such file or directory\n");
-  EXPECT_EQ(test::run_tool("fs copy '" + at("nothing") + "' '" + at("copy2") + "'"), 1);
-  EXPECT_EQ(test::run_tool("fs walk -- --errors", &output, true), 1);  // an operand after "--"
-  EXPECT_EQ(output, "vonautil fs: cannot examine '--errors': No such file or directory\n");
+  test::write_file(source + "/a%d", "percent");  // names are copied verbatim
+  EXPECT_EQ(test::run_tool("fs copy '" + source + "' '" + copy + "'"), 0);
+  EXPECT_EQ(snapshot(copy), snapshot(source));
+  EXPECT_EQ(test::run_tool("fs walk --pre-order --follow-below --errors '" + copy + "'", &output), 0);
+  EXPECT_EQ(output.substr(0, output.find('\n')), "dir   " + copy);
+  EXPECT_CONTAINS(output, "\nerror " + copy + "/dangling\n");
+  // No copy into the source itself; missing paths are failures; an operand after "--".
+  const std::string inner = source + "/a/inner", nothing = at("nothing");
+  test::expect_tool({
+      {"fs rm '" + copy + "'", 0, "", true},
+      {"fs copy '" + source + "' '" + at("missing/copy") + "'", 1, ""},
+      {"fs copy '" + source + "'", 2, ""},
+      {"fs walk --sideways x", 2, ""},
+      {"fs copy --follow-below '" + source + "' '" + inner + "'", 1,
+       "vonautil fs: cannot copy '" + source + "' into itself ('" + inner + "')\n", true},
+      {"fs copy '" + source + "/' '" + at("src") + "'", 1, ""},
+      {"fs walk '" + nothing + "'", 1,
+       "vonautil fs: cannot examine '" + nothing + "': No such file or directory\n", true},
+      {"fs copy '" + nothing + "' '" + at("copy2") + "'", 1, ""},
+      {"fs walk -- --errors", 1, "vonautil fs: cannot examine '--errors': No such file or directory\n", true},
+  });
+  EXPECT_FALSE(FS_file_exists(copy.c_str()) || FS_file_exists(inner.c_str()) || FS_file_exists(at("copy2").c_str()));
   EXPECT_DEATH(FS_iterate_recursively("/", 0, nullptr, nullptr),
-               "player/src/util/mt/advanced_file_utils:[0-9]+: FS_iterate_recursively: Assertion `path_visitor' failed\\.");
+               test::assertion_report("player/src/util/mt/advanced_file_utils", 0, "FS_iterate_recursively",
+                                      "path_visitor"));
 }
 
 }  // namespace

@@ -93,14 +93,12 @@ TEST(EncodingUtils, TextTool) {
       {"text convert --to big5 --from utf8 < " + russian, 0, "??????\n?"},  // invalid UTF-8 bytes read as '?'
       {"text detect --lang russian " + russian, 0, "cp1251\n", true},  // \xFF is undefined in cp1255
       {"text detect --lang russian " + plain, 0, "cp1255\n", true},
-      {"text detect " + plain, 0, "cp1252\n", true},
       {"text sort " + names, 0, "Anna\nzoe\n\xD0\x81\xD0\xB6\n\xD0\xAF\xD0\xBD\xD0\xB0\n\xC3\x89mile\n", true},
       {"text sort -- " + sorted, 0, std::string("-x\na\nb\0z\n", 9), true},
       {"text convert --from koi8r --to utf8 " + names, 2, ""},
       {"text convert --from utf8 " + names, 2, ""},
       {"text shuffle", 2, ""},
       {"text sort " + missing, 1, "cannot read"},
-      {"text detect " + missing, 1, ""},
       {"text convert --from UTF-8 --to utf8 " + big, 0, text, true},
       {"text convert --from utf8 --to CP1251 - < " + big, 0, text, true},
       {"text convert --from Utf8 --to windows-1251 " + mixed, 0, "\xC6???\n"},
@@ -111,7 +109,5 @@ TEST(EncodingUtils, TextTool) {
       {"text convert --from cp950 --to EUC-KR - < /dev/null", 0, "", true},
       {"text detect --lang russian " + mixed, 0, "utf8\n", true},
       {"text detect --lang klingon " + mixed, 2, "unknown language 'klingon' (known: english, "},
-      {"text detect --lang klingon " + mixed, 2, ", korean)"},
-      {"text convert --from utf-9 --to utf8 " + mixed, 2, ""},
   });
 }

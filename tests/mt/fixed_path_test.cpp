@@ -1,18 +1,16 @@
 #include "test_support.hpp"
 
 TEST(FixedPath, FollowsTheSandboxRootOnlyForAbsolutePaths) {
-  auto resolve = [](const char* path) { return test::take_string(fixed_path_resolve(path)); };
-  unsetenv("VONAUTIL_ROOT");
-  EXPECT_EQ("/config/a.properties", resolve("/config/a.properties"));
-  setenv("VONAUTIL_ROOT", "", 1);
-  EXPECT_EQ("/tmp/run/x", resolve("/tmp/run/x"));
-  for (const char* root : {"/sandbox", "/sandbox/", "/sandbox//"}) {
-    setenv("VONAUTIL_ROOT", root, 1);
-    EXPECT_EQ("/sandbox/tmp/run/x", resolve("/tmp/run/x")) << root;
-    EXPECT_EQ("relative/x", resolve("relative/x"));
+  struct Case { const char *root, *path, *expected; };
+  for (const Case& c : std::vector<Case>{{nullptr, "/config/a.properties", "/config/a.properties"},
+                                         {"", "/tmp/run/x", "/tmp/run/x"},
+                                         {"/sandbox", "/tmp/run/x", "/sandbox/tmp/run/x"},
+                                         {"/sandbox//", "/tmp/run/x", "/sandbox/tmp/run/x"},
+                                         {"/sandbox/", "relative/x", "relative/x"},
+                                         {"/", "/proc/mounts", "/proc/mounts"}}) {
+    c.root ? setenv("VONAUTIL_ROOT", c.root, 1) : unsetenv("VONAUTIL_ROOT");
+    EXPECT_EQ(c.expected, test::take_string(fixed_path_resolve(c.path))) << c.root;
   }
-  setenv("VONAUTIL_ROOT", "/", 1);
-  EXPECT_EQ("/proc/mounts", resolve("/proc/mounts"));
   EXPECT_EQ(nullptr, fixed_path_resolve(nullptr));
   unsetenv("VONAUTIL_ROOT");
 }
@@ -24,42 +22,30 @@ TEST(Assertion, ReportsModuleLineFunctionAndExpression) {
   EXPECT_DEATH(MY_ASSERT(count <= 0), "tests/mt/fixed_path_test:[0-9]+: TestBody: Assertion `count <= 0' failed\\.");
 }
 
-TEST(Tool, ExitStatusesFollowTheConventions) {
-  test::expect_tool({{"--help", 0, "version"}, {"version", 0, std::string("vonautil ") + vonautil_version() + "\n"},
+// Exit statuses; output that cannot be written fails every command with the reason; --help is
+// an option of a command or its sub-command only (an operand after it, or after "--").
+TEST(Tool, ExitStatusesOutputFailuresAndOptionPlacement) {
+  test::Sandbox sandbox;
+  std::string f = sandbox.path("/f.properties"), overview, out;
+  test::write_file(f, "a = 1\n");
+  test::expect_tool({{"version", 0, std::string("vonautil ") + vonautil_version() + "\n"},
+                     {"--version", 0, std::string("vonautil ") + vonautil_version() + "\n"},
                      {"no-such-command", 2, ""}, {"version extra", 2, ""}, {"", 2, ""},
-                     {"demo --help", 0, "Usage: vonautil demo"}});
-}
-
-// Output that cannot be written fails every command with the reason; --help is an option of a
-// command or its sub-command only; --version is the version command.
-TEST(Tool, OutputFailuresAndOptionPlacement) {
-  std::string out, overview;
-  // Standard output on /dev/full; `out` gets standard error.
-  auto full = [&](const std::string& command) { return test::run_tool(command + " 2>&1 >/dev/full; exit $?", &out); };
-  EXPECT_EQ(1, full("--help"));
-  EXPECT_EQ("vonautil: cannot write the output: No space left on device\n", out);
+                     {"demo --help", 0, "Usage: vonautil demo"}, {"props set --help", 0, "Usage: vonautil props"},
+                     {"props set " + f + " k --help", 0, "new: k = --help\n"},
+                     {"props set --create -- " + sandbox.path("/--create") + " k v", 0, "new: k = v\n"},
+                     {"--help 2>&1 >/dev/full; exit $?", 1,
+                      "vonautil: cannot write the output: No space left on device\n", true},
+                     {"url classify a.mp3 b.mkv >/dev/full", 1, ""}});
+  EXPECT_EQ("a = 1\nk = --help\n", test::read_file(f));
+  EXPECT_EQ("k = v\n", test::read_file(sandbox.path("/--create")));
   ASSERT_EQ(0, test::run_tool("--help", &overview));
   std::istringstream lines(overview.substr(overview.find("Commands:\n") + 10));
-  std::string line;
   int commands = 0;
-  while (std::getline(lines, line) && line.size() > 2 && line[0] == ' ') {
+  for (std::string line; std::getline(lines, line) && line.size() > 2 && line[0] == ' '; ++commands) {
     std::string name = line.substr(2, line.find(' ', 2) - 2);
-    ++commands;
-    EXPECT_EQ(1, full(name + " --help")) << name;
+    EXPECT_EQ(1, test::run_tool(name + " --help 2>&1 >/dev/full; exit $?", &out)) << name;
     EXPECT_EQ("vonautil " + name + ": cannot write the output: No space left on device\n", out);
   }
   EXPECT_LT(5, commands);
-  EXPECT_EQ(1, full("url classify a.mp3 b.mkv"));
-  EXPECT_EQ(0, test::run_tool("--version", &out));
-  EXPECT_EQ(std::string("vonautil ") + vonautil_version() + "\n", out.substr(0, out.find('\n') + 1));
-
-  test::Sandbox sandbox;
-  std::string f = sandbox.path("/f.properties");
-  test::write_file(f, "a = 1\n");
-  EXPECT_EQ(0, test::run_tool("props set " + f + " k --help"));
-  EXPECT_EQ("a = 1\nk = --help\n", test::read_file(f));
-  EXPECT_EQ(0, test::run_tool("props set --create -- " + sandbox.path("/--create") + " k v"));
-  EXPECT_EQ("k = v\n", test::read_file(sandbox.path("/--create")));
-  EXPECT_EQ(0, test::run_tool("props set --help", &out));
-  EXPECT_EQ(0, out.find("Usage: vonautil props"));
 }

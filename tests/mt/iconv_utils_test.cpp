@@ -1,8 +1,9 @@
 #include <dlfcn.h>
 #include <iconv.h>
-#include <pthread.h>
 
 #include <atomic>
+#include <thread>
+
 #include "test_support.hpp"
 
 // The C library's iconv_open and iconv_close, counted: the library's calls resolve to these.
@@ -22,56 +23,35 @@ extern "C" int iconv_close(iconv_t descriptor) {
   return real(descriptor);
 }
 
-namespace {
-
-struct ThreadResult {
-  iconv_t first[4];
-  bool stable = true;
-  bool converted = true;
-};
-
-// Uses Big5 and GB2312 both ways, several times, and notes the descriptors it was given.
-void* use_descriptors(void* arg) {
-  ThreadResult* result = (ThreadResult*)arg;
-  for (int round = 0; round < 5; ++round) {
-    iconv_t now[4] = {iconv_utils_get_to_utf32_conversion_descriptor(1),
-                      iconv_utils_get_from_utf32_conversion_descriptor(1),
-                      iconv_utils_get_to_utf32_conversion_descriptor(2),
-                      iconv_utils_get_from_utf32_conversion_descriptor(2)};
-    for (int i = 0; i < 4; ++i) {
-      if (round == 0) result->first[i] = now[i];
-      else if (now[i] != result->first[i]) result->stable = false;
-    }
-    UTF32* text = utf32_create_from_big5("\xA4\xA4\xA4\xE5");
-    char* back = utf32_convert_to_gb2312(text);
-    result->converted = result->converted && strcmp(back, "\xD6\xD0\xCE\xC4") == 0;
-    free(text);
-    free(back);
-  }
-  return nullptr;
-}
-
-}  // namespace
-
 TEST(IconvUtils, DescriptorsAreOpenedOncePerThreadAndClosedAtThreadExit) {
   iconv_t main_descriptor = iconv_utils_get_to_utf32_conversion_descriptor(1);
   EXPECT_EQ(main_descriptor, iconv_utils_get_to_utf32_conversion_descriptor(1));
   opened = 0;
   closed = 0;
-
+  // Each thread uses Big5 and GB2312 both ways, several times: the same descriptors each time, its own.
   constexpr int kThreads = 4;
-  ThreadResult results[kThreads];
-  pthread_t threads[kThreads];
-  for (int i = 0; i < kThreads; ++i) pthread_create(&threads[i], nullptr, use_descriptors, &results[i]);
-  for (int i = 0; i < kThreads; ++i) pthread_join(threads[i], nullptr);
-
+  std::atomic<int> failures{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&] {
+      std::vector<iconv_t> first;
+      for (int round = 0; round < 5; ++round) {
+        std::vector<iconv_t> now = {
+            iconv_utils_get_to_utf32_conversion_descriptor(1), iconv_utils_get_from_utf32_conversion_descriptor(1),
+            iconv_utils_get_to_utf32_conversion_descriptor(2), iconv_utils_get_from_utf32_conversion_descriptor(2)};
+        if (round == 0) first = now;
+        UTF32* text = utf32_create_from_big5("\xA4\xA4\xA4\xE5");
+        char* back = utf32_convert_to_gb2312(text);
+        failures += now != first || now[0] == main_descriptor || strcmp(back, "\xD6\xD0\xCE\xC4") != 0;
+        free(text);
+        free(back);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, failures.load());
   EXPECT_EQ(4 * kThreads, opened.load()) << "four descriptors in each thread, each opened once";
   EXPECT_EQ(4 * kThreads, closed.load()) << "all of them closed when their thread ended";
-  for (const ThreadResult& result : results) {
-    EXPECT_TRUE(result.stable);
-    EXPECT_TRUE(result.converted);
-    EXPECT_NE(main_descriptor, result.first[0]);
-  }
   EXPECT_EQ(main_descriptor, iconv_utils_get_to_utf32_conversion_descriptor(1));
   EXPECT_DEATH(iconv_utils_get_to_utf32_conversion_descriptor(4),
                "iconv_utils_get_to_utf32_conversion_descriptor: Assertion `enc >= 0 && enc < MAX_ICONV_ENCODINGS'");

@@ -1,5 +1,4 @@
 #include <errno.h>
-#include <fcntl.h>
 
 #include <ctime>
 #include <functional>
@@ -16,21 +15,6 @@ bool stamped_at(const std::string& text, size_t pos, const char* format, time_t 
     if (text.compare(pos, strftime(stamp, sizeof stamp, format, gmtime_r(&t, &utc)), stamp) == 0) return true;
   }
   return false;
-}
-
-// Runs `body` with standard error sent to `file`, then puts standard output and standard error
-// back (so that expectations never land in a log file); returns the messages that reached `file`.
-std::string with_stderr_in(const std::string& file, const std::function<void()>& body) {
-  int out = dup(1), err = dup(2), fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  dup2(fd, 2);
-  close(fd);
-  body();
-  fflush(stdout);
-  dup2(out, 1);
-  dup2(err, 2);
-  close(out);
-  close(err);
-  return test::log_messages(test::read_file(file));
 }
 
 bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
@@ -95,8 +79,19 @@ class LogFile : public test::SandboxTest {
     unsetenv("LOG_DIR");
     unsetenv("LOG_MAX_FILE_SIZE");
   }
-  // What reached standard error before the redirection.
-  std::string redirected(const std::function<void()>& body) { return with_stderr_in(dir + ".err", body); }
+  // Runs `body` with standard error sent to DIR.err, then puts standard output and standard error back
+  // (so that expectations never land in a log file); returns the messages that reached standard error
+  // before a redirection.
+  std::string redirected(const std::function<void()>& body) {
+    int out = dup(1), err = dup(2), fd = open((dir + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    dup2(fd, 2);
+    close(fd);
+    body();
+    fflush(stdout);
+    dup2(out, 1), dup2(err, 2);
+    close(out), close(err);
+    return test::log_messages(test::read_file(dir + ".err"));
+  }
   std::string logged(const std::string& suffix = "") { return test::log_messages(test::read_file(path + suffix)); }
   std::string dir, path;
   const std::string kStarted = "***** log_redirect_to_file() succeeded *****\n\n\n\n";
@@ -110,14 +105,9 @@ TEST_F(LogFile, LockBracketsEveryPublicCallOnceAndSyslogTakesLinesUntilAFileRedi
   char* argv[] = {arg};
   std::vector<int> seen;  // locks, unlocks and the deepest nesting of each call, as digits
   std::vector<std::function<void()>> calls = {
-      [] { log_redirect_to_syslog("vonautil-test"); },
-      [] { log_print("x"); },
-      [] { log_through_vprint("x"); },
-      [] { log_print_tight("x"); },
-      [] { log_perror("x"); },
-      [&] { log_print_args(1, argv); },
-      [] { log_redirect_to_file("app.log", 0); },
-      [] { log_rotate_if_needed(); },
+      [] { log_redirect_to_syslog("vonautil-test"); }, [] { log_print("x"); }, [] { log_through_vprint("x"); },
+      [] { log_print_tight("x"); }, [] { log_perror("x"); }, [&] { log_print_args(1, argv); },
+      [] { log_redirect_to_file("app.log", 0); }, [] { log_rotate_if_needed(); },
       [&] { log_redirect_stderr_to_file((dir + ".err").c_str(), 1); },
   };
   EXPECT_EQ("y\nz\n", redirected([&] {

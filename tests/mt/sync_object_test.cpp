@@ -1,8 +1,3 @@
-#include <errno.h>
-#include <pthread.h>
-#include <time.h>
-
-#include <algorithm>
 #include <thread>
 
 #include "test_support.hpp"

@@ -1,9 +1,4 @@
-#include <pthread.h>
-
-#include <string>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
@@ -38,8 +33,7 @@ void* read_texts(void* argument) {
 TEST(TextManagerMt, EachThreadHasItsOwnTranslationAndOwnedOnesAreFreedAtExit) {
   test::Sandbox sandbox;
   translation* shared = load(sandbox, "title = Shared\n");
-  Reader readers[] = {{shared, 0, nullptr, ""},
-                      {load(sandbox, "title = Owned\n"), 1, nullptr, ""},
+  Reader readers[] = {{shared, 0, nullptr, ""}, {load(sandbox, "title = Owned\n"), 1, nullptr, ""},
                       {load(sandbox, "title = First\n"), 1, load(sandbox, "title = Second\n"), ""},
                       {shared, 0, load(sandbox, "title = Later\n"), ""}};
   T_mt_set_current_translation(shared, 0);
@@ -55,8 +49,7 @@ TEST(TextManagerMt, EachThreadHasItsOwnTranslationAndOwnedOnesAreFreedAtExit) {
   EXPECT_STREQ("", T_mt_t("title"));
   EXPECT_EQ(0, T_mt_exists("title"));
   EXPECT_EQ("WARNING: T_mt_t(title) called while not initialized.\n"
-            "WARNING: T_mt_exists(title) called while not initialized.\n",
-            testing::internal::GetCapturedStderr());
+            "WARNING: T_mt_exists(title) called while not initialized.\n", testing::internal::GetCapturedStderr());
   T_mt_set_current_translation(shared, 0);
   EXPECT_EQ(1, T_mt_exists("title"));
   EXPECT_EQ(0, T_mt_exists("other"));

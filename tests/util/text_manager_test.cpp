@@ -1,9 +1,4 @@
-#include <pthread.h>
-
-#include <string>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 TEST(TextManager, ProcessWideLookupsSetOnlyTheCallingThreadsHolder) {
   test::Sandbox sandbox;
