@@ -52,11 +52,7 @@ TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
     EXPECT_CONTAINS(log, "] [simple_ipc_server] " + line);
   }
   EXPECT_EQ(5, std::count(log.begin(), log.end(), '\n')) << log;  // nothing about the other files
-  string_array* left = FS_scandir(dir.c_str());
-  string_array_sort(left);
-  EXPECT_EQ("a.b bad.12.cmd cmd dir.1-2.cmd foo.res q.1-1.cmd.tmp x.cmd",
-            test::take_string(string_array_join(left, " ", 0, -1)));
-  string_array_free(left);
+  EXPECT_EQ("a.b bad.12.cmd cmd dir.1-2.cmd foo.res q.1-1.cmd.tmp x.cmd", test::listing(dir));
   std::string module = "player/src/util/simple_ipc_server";
   EXPECT_DEATH(simple_ipc_server_get_request(server, 2),
                test::assertion_report(module, 0, "simple_ipc_server_get_request", "ndx < ipc->requests->num_items"));
@@ -121,11 +117,6 @@ const int kClients = 20, kBursts = 10, kBurst = 12;
 // Large enough that a file read before its last write would show; "end" is written last.
 std::string payload(int client, int n) { return std::string(2000 + n % 97, (char)('a' + (client + n) % 26)); }
 
-bool whole(const properties* p, int client, int n) {
-  return properties_get_int(p, "client", -1) == client && properties_get_int(p, "n", -1) == n &&
-         payload(client, n) == properties_get_str(p, "payload", "") && properties_get(p, "end") != nullptr;
-}
-
 // Answers every request, echoing it with the order in which it was served, until all are served
 // (a request read before its last write echoes incomplete, one answered twice leaves a client
 // without its answer).
@@ -164,7 +155,9 @@ int run_client(int client) {
       properties* answer;
       while ((answer = simple_ipc_try_get_response(ipc, ids[i])) == nullptr) usleep(2000);
       int served = properties_get_int(answer, "served", 0);
-      bool ok = whole(answer, client, n + i) && served > last_served;
+      bool ok = properties_get_int(answer, "client", -1) == client && properties_get_int(answer, "n", -1) == n + i &&
+                payload(client, n + i) == properties_get_str(answer, "payload", "") &&
+                properties_get(answer, "end") != nullptr && served > last_served;
       properties_free(answer);
       if (!ok) return 3;
       last_served = served;
@@ -181,10 +174,7 @@ TEST_F(SimpleIpcServer, LoadOfManyClientProcessesIsAnsweredOnceEachInOrder) {
   for (int c = 0; c < kClients; ++c) clients.push_back(test::spawn([c] { return run_client(c); }, 60));
   for (int c = 0; c < kClients; ++c) EXPECT_EQ(0, test::exit_status(clients[c])) << "client " << c;
   EXPECT_EQ(0, test::exit_status(server));
-  string_array* left = FS_scandir(load_dir.c_str());
-  ASSERT_NE(nullptr, left);
-  EXPECT_EQ(0, left->size) << (left->size ? left->items[0] : "");
-  string_array_free(left);
+  EXPECT_EQ("", test::listing(load_dir));
 }
 
 }  // namespace

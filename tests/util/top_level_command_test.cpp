@@ -102,12 +102,11 @@ TEST_F(TopLevelCommand, HandlersTakeTheCommandWithTheirVerdict) {
     EXPECT_EQ(c.calls, calls);
     EXPECT_EQ(c.kept, pending()) << c.calls;
   }
-  EXPECT_DEATH(
-      {
-        for (int i = 3; i <= MAX_NUM_TOP_LEVEL_COMMAND_HANDLERS; ++i) top_level_command_register_handler(handler<0>);
-      },
-      test::assertion_report(module, 0, "top_level_command_register_handler",
-                             "num_top_level_command_handlers < MAX_NUM_TOP_LEVEL_COMMAND_HANDLERS"));
+  auto one_too_many = [] {
+    for (int i = 3; i <= MAX_NUM_TOP_LEVEL_COMMAND_HANDLERS; ++i) top_level_command_register_handler(handler<0>);
+  };
+  std::string full = "num_top_level_command_handlers < MAX_NUM_TOP_LEVEL_COMMAND_HANDLERS";
+  EXPECT_DEATH(one_too_many(), test::assertion_report(module, 0, "top_level_command_register_handler", full));
 }
 
 }  // namespace
