@@ -21,8 +21,6 @@ int heartbeats = 0;
 void count_heartbeat() { ++heartbeats; }
 
 TEST_F(SimpleIpcClient, SendsRequestFilesAndTakesTheirAnswers) {
-  ASSERT_NE(nullptr, client);
-  EXPECT_EQ(dir, client->dir_path);
   EXPECT_CONTAINS(test::captured_stderr([] { EXPECT_EQ(nullptr, simple_ipc_create_and_connect("nobody")); }),
                   "] [simple_ipc_client] failed to connect to server 'nobody': dir not exist\n");
   EXPECT_DEATH(simple_ipc_create_and_connect(nullptr),
@@ -95,7 +93,6 @@ TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerOfAServerProcessAndJudgesItsSta
                {"errdesc = no status\n", SIMPLE_IPC_STATUS_ERROR, "failed"}};
   for (const auto& c : cases) {
     test::write_file(file("stale.9-9.res"), "status = ok\n");
-    heartbeats = 0;
     pid_t server = test::spawn([&c] {  // answers the first request it gets
       simple_ipc_server* server = simple_ipc_server_create("player");
       while (simple_ipc_server_look_for_new_requests(server), simple_ipc_server_get_num_requests(server) == 0)
@@ -112,7 +109,6 @@ TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerOfAServerProcessAndJudgesItsSta
     EXPECT_EQ(0, test::exit_status(server));
     EXPECT_EQ(c.answer, test::take_string(properties_save_to_buffer(response)));
     properties_free(response);
-    EXPECT_GE(heartbeats, 1);
     EXPECT_CONTAINS(log, "] [network_ipc] request 'mount." + std::to_string(getpid()));
     EXPECT_CONTAINS(log, "' is sent; waiting response\n");
     EXPECT_CONTAINS(log, std::string("' finished (") + c.verdict + ")\n");
