@@ -99,6 +99,16 @@ inline string_array* string_array_of(std::initializer_list<std::string> items) {
   return sa;
 }
 
+// The names in a directory, sorted and separated by spaces; "(unreadable)" if it cannot be read.
+inline std::string listing(const std::string& dir) {
+  string_array* names = FS_scandir(dir.c_str());
+  if (names == nullptr) return "(unreadable)";
+  string_array_sort(names);
+  std::string text = take_string(string_array_join(names, " ", 0, -1));
+  string_array_free(names);
+  return text;
+}
+
 // mkdir -p
 inline void make_dirs(const std::string& path) {
   for (size_t slash = 1; slash != std::string::npos; slash = path.find('/', slash + 1)) {

@@ -1,6 +1,5 @@
 #include "player/src/util/mt/cmd_buffer.h"
 
-#include <string>
 #include <thread>
 
 #include "player/src/util/mt/progress.h"

@@ -1,10 +1,4 @@
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <string>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
