@@ -1,3 +1,6 @@
+#include <atomic>
+#include <thread>
+
 #include "player/src/util/mt/simple_ipc_client.hpp"
 #include "test_support.hpp"
 
@@ -79,6 +82,41 @@ TEST_F(SimpleIpcClient, RemovingOldResponsesTakesEveryClientsAnswers) {
   FS_remove_recursively_if_exists(dir.c_str());
   EXPECT_CONTAINS(test::captured_stderr([&] { simple_ipc_remove_all_responses(client); }),
                   "[simple_ipc_client] scandir(" + dir + ") failed: No such file or directory\n");
+}
+
+// The daemon clients take turns, so that the removal of old answers at the start of an
+// exchange never takes the answer another exchange is about to read: every one of them ends "ok".
+TEST_F(SimpleIpcClient, DaemonClientsTakeTurnsSoThatNoAnswerIsLost) {
+  pid_t server = test::spawn([] {  // answers every request at once
+    simple_ipc_server* server = simple_ipc_server_create("player");
+    properties* ok = simple_ipc_server_create_ok_response();
+    for (;; usleep(1000)) {
+      simple_ipc_server_look_for_new_requests(server);
+      while (simple_ipc_server_get_num_requests(server) > 0)
+        simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), ok);
+    }
+    return 0;
+  }, 60);
+  std::atomic<int> answered{0};
+  test::LogLock lock;
+  test::captured_stderr([&] {
+    std::vector<std::thread> clients;
+    for (int i = 0; i < 4; ++i) {
+      clients.emplace_back([&answered] {
+        simple_ipc* own = simple_ipc_create_and_connect("player");
+        for (int request = 0; request < 5; ++request) {
+          answered += vona::simple_ipc_exchange(own, "[storage_ipc]", "eject", nullptr, nullptr, {5000000, 50000}) ==
+                      SIMPLE_IPC_STATUS_OK;
+        }
+        simple_ipc_disconnect_and_destroy(own);
+      });
+    }
+    for (std::thread& t : clients) t.join();
+  });
+  kill(server, SIGKILL);
+  test::exit_status(server);
+  EXPECT_EQ(20, answered.load());
+  EXPECT_TRUE(exists(SIMPLE_IPC_TURN_FILE));
 }
 
 TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerOfAServerProcessAndJudgesItsStatus) {
