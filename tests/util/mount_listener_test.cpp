@@ -5,50 +5,42 @@
 namespace {
 
 std::string calls;
-void on_mount_a(const char* path) { calls += std::string("mount a ") + path + "\n"; }
-void on_mount_b(const char* path) { calls += std::string("mount b ") + path + "\n"; }
-void on_umount(const char* path) { calls += std::string("umount ") + path + "\n"; }
-void on_umount_b(const char* path) { calls += std::string("umount b ") + path + "\n"; }
+void on_a(const char* path) { calls += std::string("a ") + path + "\n"; }
+void on_b(const char* path) { calls += std::string("b ") + path + "\n"; }
 
 }  // namespace
 
 TEST(MountListener, FiresEachKindInRegistrationOrder) {
-  std::string log = test::captured_stderr([] { fire_mount_performed("/tmp/mnt/storage/usb1"); });
-  EXPECT_EQ("[MOUNT] Running fireMountPerformed('/tmp/mnt/storage/usb1')\n", test::log_messages(log));
-  EXPECT_EQ("", calls);
-  register_mount_callback(on_mount_b);
-  register_mount_callback(on_mount_a);
-  register_umount_callback(on_umount);
-  register_mount_callback(on_mount_b);
-  register_umount_callback(on_umount_b);
-  log = test::captured_stderr([] {
+  register_mount_callback(on_b);
+  register_mount_callback(on_a);
+  register_umount_callback(on_a);
+  register_mount_callback(on_b);
+  register_umount_callback(on_b);
+  std::string log = test::captured_stderr([] {
     fire_mount_performed("/tmp/mnt/smb/my share");
+    calls += "-\n";
     fire_umount_performed("/tmp/mnt/storage/usb1");
   });
   EXPECT_EQ("[MOUNT] Running fireMountPerformed('/tmp/mnt/smb/my share')\n"
             "[MOUNT] Running fireUmountPerformed('/tmp/mnt/storage/usb1')\n",
             test::log_messages(log));
-  EXPECT_EQ("mount b /tmp/mnt/smb/my share\nmount a /tmp/mnt/smb/my share\n"
-            "mount b /tmp/mnt/smb/my share\numount /tmp/mnt/storage/usb1\numount b /tmp/mnt/storage/usb1\n",
+  EXPECT_EQ("b /tmp/mnt/smb/my share\na /tmp/mnt/smb/my share\nb /tmp/mnt/smb/my share\n-\n"
+            "a /tmp/mnt/storage/usb1\nb /tmp/mnt/storage/usb1\n",
             calls);
 }
 
 TEST(MountListenerDeathTest, NullOrHundredAndFirstCallbackIsAProgrammingError) {
-  struct Kind {
-    void (*register_callback)(mount_listener_func);
-    std::string name;  // "mount" or "umount"
-  } kinds[] = {{register_mount_callback, "mount"}, {register_umount_callback, "umount"}};
-  for (const Kind& k : kinds) {
-    std::string function = "register_" + k.name + "_callback";
-    EXPECT_DEATH(k.register_callback(nullptr),
-                 test::assertion_report("player/src/util/mount_listener", 0, function, k.name + "_callback"));
+  for (std::string kind : {"mount", "umount"}) {
+    auto register_callback = kind == "mount" ? register_mount_callback : register_umount_callback;
+    std::string function = "register_" + kind + "_callback", module = "player/src/util/mount_listener";
+    EXPECT_DEATH(register_callback(nullptr), test::assertion_report(module, 0, function, kind + "_callback"));
     EXPECT_DEATH(
         {
-          for (int i = 0; i < MAX_MOUNT_LISTENERS; ++i) k.register_callback(on_mount_a);
+          for (int i = 0; i < MAX_MOUNT_LISTENERS; ++i) register_callback(on_a);
           fprintf(stderr, "hundred registered\n");
-          k.register_callback(on_mount_a);
+          register_callback(on_a);
         },
-        "hundred registered\n" + test::assertion_report("player/src/util/mount_listener", 0, function,
-                                                         "num_" + k.name + "_callbacks < MAX_MOUNT_LISTENERS"));
+        "hundred registered\n" +
+            test::assertion_report(module, 0, function, "num_" + kind + "_callbacks < MAX_MOUNT_LISTENERS"));
   }
 }
