@@ -63,7 +63,8 @@ TEST(MountUtils, FindsBySourceAndTargetAndReadsOptionValues) {
 
   ASSERT_TRUE(mount_find_by_target("/tmp/mnt/nfs/0", &e));
   std::pair<const char*, const char*> options[] = {
-      {"vers", "3"}, {"proto", "tcp"}, {"mountproto", "udp"}, {"mountaddr", "192.168.1.20"}, {"hard", ""}, {"ver", ""}, {"", ""},
+      {"vers", "3"}, {"proto", "tcp"}, {"mountproto", "udp"}, {"mountaddr", "192.168.1.20"},
+      {"hard", ""},  {"ver", ""},      {"", ""},
       {"addr", "192.168.1.20 0 0\n"}};  // the last option runs to the end of the line
   for (const auto& o : options) EXPECT_EQ(o.second, test::seg_text(mount_get_option_value(&e, o.first))) << o.first;
 

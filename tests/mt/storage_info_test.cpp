@@ -52,8 +52,9 @@ TEST(StorageInfo, ListsStoragesOfTheFirstStoragesElementWithTheirSkippingRules) 
   for (const char* other : {"usb", "US", ""}) EXPECT_EQ(nullptr, storage_info_list_find_by_name(list, other));
   storage_info_list_free(list);
   storage_info_free(nullptr);
-  test::expect_tool({{"storage list", 0, "Disk & more  id=sda1 uuid=4A2F-11C0 mount_path=/tmp/mnt/storage/sda1\n"
-                                         "USB  id=sdb1 uuid=- mount_path=-\nUSB  id=sdf1 uuid=- mount_path= /m \n", true},
+  test::expect_tool({{"storage list", 0,
+                      "Disk & more  id=sda1 uuid=4A2F-11C0 mount_path=/tmp/mnt/storage/sda1\n"
+                      "USB  id=sdb1 uuid=- mount_path=-\nUSB  id=sdf1 uuid=- mount_path= /m \n", true},
                      {"storage list extra", 2, ""},
                      {"storage", 2, ""}});
 }
@@ -62,31 +63,33 @@ TEST(StorageInfo, FailuresAreLoggedOnceAndAMissingFileIsSilent) {
   test::Sandbox sandbox;
   const std::string head = "<storage_list><storages><storage><id>a</id><name>b</name></storage></storages><!--";
   std::string longest = head + std::string(STORAGE_LIST_MAX_FILE_SIZE - head.size() - 18, 'x') + "--></storage_list>";
+  const std::string error = "0\n[storage_info] Error: ", parse_error = "0\n[storage_info] Parse error: id=8, row=";
   std::pair<std::string, std::string> rows[] = {  // a file, and the result, storages and log
       {"<storage_list><storage><id>a</id><name>b</name></storage></storage_list>", "1\n"},
       {longest, "1\na|b|-|-\n"},  // read whole, and with one byte more, cut
-      {head + "x" + longest.substr(head.size()), "0\n[storage_info] Parse error: id=8, row=0, col=0, descr: Error reading end tag.\n"},
-      {" \n\t", "0\n[storage_info] Error: failed to create XML document\n"},
-      {"<?xml version=\"1.0\"?>\n<!-- x -->\n", "0\n[storage_info] Error: failed to get root XML element\n"},
-      {"<storages><storage><id>a</id><name>b</name></storage></storages>", "0\n[storage_info] Error: invalid root element\n"},
-      {"<Storage_list/>", "0\n[storage_info] Error: invalid root element\n"},
-      {"<storage_list>\n  <storages>\n</storage_list>", "0\n[storage_info] Parse error: id=8, row=3, col=1, descr: Error reading end tag.\n"},
+      {head + "x" + longest.substr(head.size()), parse_error + "0, col=0, descr: Error reading end tag.\n"},
+      {"<storage_list>\n  <storages>\n</storage_list>", parse_error + "3, col=1, descr: Error reading end tag.\n"},
+      {" \n\t", error + "failed to create XML document\n"},
+      {"<?xml version=\"1.0\"?>\n<!-- x -->\n", error + "failed to get root XML element\n"},
+      {"<storages><storage><id>a</id><name>b</name></storage></storages>", error + "invalid root element\n"},
+      {"<Storage_list/>", error + "invalid root element\n"},
   };
   EXPECT_EQ("0\n", load(sandbox, nullptr));
   for (const auto& row : rows) EXPECT_EQ(row.second, load(sandbox, row.first.c_str())) << row.first.substr(0, 80);
   // A file that cannot be read.
-  unlink(sandbox.path("/tmp/run/storage_list.xml").c_str());
-  test::make_dirs(sandbox.path("/tmp/run/storage_list.xml"));
-  EXPECT_EQ("0\n[storage_info] Error: failed to read " + sandbox.path("/tmp/run/storage_list.xml") + ": Is a directory\n",
-            load(sandbox, nullptr));
-  test::expect_tool({{"storage list", 1, "vonautil storage: no valid storage list in " +
-                                             sandbox.path("/tmp/run/storage_list.xml") + "\n"}});
+  std::string path = sandbox.path("/tmp/run/storage_list.xml");
+  unlink(path.c_str());
+  test::make_dirs(path);
+  EXPECT_EQ(error + "failed to read " + path + ": Is a directory\n", load(sandbox, nullptr));
+  test::expect_tool({{"storage list", 1, "vonautil storage: no valid storage list in " + path + "\n"}});
 }
 
 TEST(StorageInfoDeathTest, MissingTextsAreProgrammingErrors) {
   const std::string module = "player/src/util/mt/storage_info";
-  EXPECT_DEATH(storage_info_create(nullptr, "n", "u", "m"), test::assertion_report(module, 0, "storage_info_create", "id"));
-  EXPECT_DEATH(storage_info_create("i", nullptr, "u", "m"), test::assertion_report(module, 0, "storage_info_create", "name"));
+  EXPECT_DEATH(storage_info_create(nullptr, "n", "u", "m"),
+               test::assertion_report(module, 0, "storage_info_create", "id"));
+  EXPECT_DEATH(storage_info_create("i", nullptr, "u", "m"),
+               test::assertion_report(module, 0, "storage_info_create", "name"));
   EXPECT_DEATH(storage_info_list_find_by_name(nullptr, nullptr),
                test::assertion_report(module, 0, "storage_info_list_find_by_name", "name"));
 }

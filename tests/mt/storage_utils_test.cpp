@@ -105,7 +105,8 @@ TEST_F(Disk, GptDecisionDriveSizeAndThePrintoutsOfPartedAndDf) {
       {gpt + " 1   1049kB  5243kB  primary\n\n", 1, false},   {gpt + "\n", 0, false},
       {gpt + "Warning: none:\n", 0, false},                   {"Partition Table: gpt\nNumber  Start", 0, false},
       {"Partition Table: gpt\nNumber  Start  9\n\n", 0, false}, {"Partition Table: gpt\nNumber  End\n 1\n", -1, false},
-      {"Partition Table: gpt\nStart  Number\n 1\n", -1, false}, {"Number  Start\n 1\nPartition Table: gpt\n", -1, false},
+      {"Partition Table: gpt\nStart  Number\n 1\n", -1, false},
+      {"Number  Start\n 1\nPartition Table: gpt\n", -1, false},
       {"Partition Table: msdos\nNumber  Start\n 1\n", -1, true}, {backup + gpt + " 1  1049kB\n", 1, true},
       {backup + "Partition Table: loop\n", -1, false},
   };
