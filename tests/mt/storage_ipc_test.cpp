@@ -95,12 +95,9 @@ TEST(StorageIpc, TheStandInDaemonAnswersEveryRequestAndADaemonAnsweringErrorFail
 TEST(StorageIpc, WithoutADaemonNothingIsSentAndWaitingEndsAfterTenSeconds) {
   test::Sandbox sandbox;
   EXPECT_FALSE(storage_ipc_open());
-  std::string log;
-  log = test::captured_stderr([&] { EXPECT_EQ("00000000000", send_all()); });
-  for (const char* name : {"suspend_update", "reset_names", "resume_update", "eject_close_tray", "power_off_disks",
-                           "power_on_disks", "power_off_eject_device"}) {
-    EXPECT_CONTAINS(log, std::string("] [storage_ipc] command '") + name + "' failed: ipc not opened\n");
-  }
+  std::string log = test::captured_stderr([&] { EXPECT_EQ("00000000000", send_all()); });
+  EXPECT_CONTAINS(log, "] [storage_ipc] command 'reset_names' failed: ipc not opened\n");
+  EXPECT_CONTAINS(log, "] [storage_ipc] command 'power_off_eject_device' failed: ipc not opened\n");
   EXPECT_EQ(std::string::npos, log.find("[simple_ipc_client]"));
 
   // A directory left by a daemon that is gone: nobody answers.
