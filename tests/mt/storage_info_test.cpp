@@ -55,8 +55,7 @@ TEST(StorageInfo, ListsStoragesOfTheFirstStoragesElementWithTheirSkippingRules) 
   test::expect_tool({{"storage list", 0,
                       "Disk & more  id=sda1 uuid=4A2F-11C0 mount_path=/tmp/mnt/storage/sda1\n"
                       "USB  id=sdb1 uuid=- mount_path=-\nUSB  id=sdf1 uuid=- mount_path= /m \n", true},
-                     {"storage list extra", 2, ""},
-                     {"storage", 2, ""}});
+                     {"storage list extra", 2, ""}});
 }
 
 TEST(StorageInfo, FailuresAreLoggedOnceAndAMissingFileIsSilent) {

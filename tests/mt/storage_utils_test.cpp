@@ -61,7 +61,7 @@ class Disk : public test::SandboxTest {
   std::string saved_path_ = getenv("PATH");
 };
 
-TEST_F(Disk, GptDecisionDriveSizeAndThePrintoutsOfPartedAndDf) {
+TEST_F(Disk, GptDecisionDriveSizeAndTheEdgesOfPartedAndDfPrintouts) {
   struct Case {
     const char *device, *size_text;  // of /sys/block/<device + 5>/size; null: no file
     int gpt_needed;
@@ -79,24 +79,12 @@ TEST_F(Disk, GptDecisionDriveSizeAndThePrintoutsOfPartedAndDf) {
     EXPECT_EQ(c.drive_size, storage_get_drive_size(dir.c_str())) << c.device;
   }
 
-  const std::string gpt = "Disk /img: 21.0MB\nPartition Table: gpt\n\nNumber  Start   End  Name\n";
-  const std::string backup = "Error: The backup GPT table is corrupt, but the primary appears OK, so ...\n";
-  struct Printout {
-    std::string text;
-    int state;
-    bool msdos;
-  } printouts[] = {
-      {gpt + " 1   1049kB  5243kB  primary\n\n", 1, false},   {gpt + "\n", 0, false},
-      {"Partition Table: gpt\nNumber  Start", 0, false},      {"Partition Table: gpt\nNumber  Start  9\n\n", 0, false},
-      {"Partition Table: gpt\nNumber  End\n 1\n", -1, false}, {"Partition Table: gpt\nStart  Number\n 1\n", -1, false},
-      {"Number  Start\n 1\nPartition Table: gpt\n", -1, false},
-      {"Partition Table: msdos\nNumber  Start\n 1\n", -1, true}, {backup + gpt + " 1  1049kB\n", 1, true},
-      {backup + "Partition Table: loop\n", -1, false},
-  };
-  for (const Printout& p : printouts) {
-    EXPECT_EQ(p.state, vona::storage_partition_table_state(p.text.c_str())) << p.text;
-    EXPECT_EQ(p.msdos, vona::storage_printout_is_msdos(p.text.c_str())) << p.text;
-  }
+  // Edges of a printout that parted's own (in the tests below) do not show.
+  std::pair<std::string, int> printouts[] = {
+      {"Partition Table: gpt\nNumber  Start", 0},        {"Partition Table: gpt\nNumber  Start  9\n\n", 0},
+      {"Partition Table: gpt\nNumber  End\n 1\n", -1},  {"Partition Table: gpt\nStart  Number\n 1\n", -1},
+      {"Number  Start\n 1\nPartition Table: gpt\n", -1}};
+  for (const auto& p : printouts) EXPECT_EQ(p.second, vona::storage_partition_table_state(p.first.c_str())) << p.first;
 
   const std::string head = "Filesystem     1K-blocks     Used Available Use% Mounted on\n";
   std::pair<std::string, std::vector<long long>> dfs[] = {
