@@ -252,12 +252,14 @@ TEST_F(Disk, UnmountRunsTheStopScriptAndTriesAgain) {
 // One row per exit status and kind of message of each sub-command.
 TEST_F(Disk, Tool) {
   std::string gpt = image("gpt.img", "gpt"), tree = sandbox.path("/tree");
+  make_one(gpt.c_str());
   test::make_dirs(tree);
   test::make_dirs(sandbox.path("/sys/block/sdb"));
   test::write_file(sandbox.path("/sys/block/sdb/size"), "4101562501\n");
   test::expect_tool(
       {{"disk size a b", 2, "vonautil disk: "},
-       {"disk print '" + gpt + "'", 0, "\npartition table: 0 empty GPT table\nmsdos (to repartition): no\n"},
+       {"disk print '" + gpt + "'", 0, "\npartition table: 1 GPT table with partitions\nmsdos (to repartition): no\n"},
+       {"disk print '" + image("empty.img", "gpt") + "'", 0, "\npartition table: 0 empty GPT table\n"},
        {"disk print '" + image("blank.img") + "'", 1, "\npartition table: -1 invalid output (no GPT table)\n"},
        {"disk size '" + tree + "'", 0, "\ndirectory size: " + std::to_string(storage_get_dir_size(tree.c_str()))},
        {"disk size /missing/x", 1, "vonautil disk: cannot use '/missing/x': No such file or directory\n", true},
