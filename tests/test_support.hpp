@@ -109,6 +109,11 @@ inline std::string listing(const std::string& dir) {
   return text;
 }
 
+// The text of a mount table taken from a real system, kept in tests/mt/mount_tables.
+inline std::string mount_table(const std::string& name) {
+  return read_file(VONAUTIL_DATA_DIR "/../tests/mt/mount_tables/" + name);
+}
+
 // mkdir -p
 inline void make_dirs(const std::string& path) {
   for (size_t slash = 1; slash != std::string::npos; slash = path.find('/', slash + 1)) {

@@ -4,133 +4,96 @@
 
 namespace {
 
-class StorageCache : public test::SandboxTest {
- protected:
-  void SetUp() override {
-    test::make_dirs(sandbox.path("/tmp/run"));
-    storage_cache_reset();
-  }
-  std::string path() const { return sandbox.path("/tmp/run/storages.txt"); }
-};
-
 std::string by_name(const char* name) { return test::take_string(storage_cache_get_mount_path_by_name(name)); }
 std::string by_uuid(const char* uuid) { return test::take_string(storage_cache_get_mount_path_by_uuid(uuid)); }
 std::string by_label(const char* label) { return test::take_string(storage_cache_get_mount_path_by_label(label)); }
 
 }  // namespace
 
-TEST_F(StorageCache, LookupsByNameUuidAndLabel) {
-  storage_cache_add_storage("/tmp/mnt/storage/sda1", "Disk", "4A2F-11C0", "MOVIES");
-  storage_cache_add_storage("/tmp/mnt/storage/sdb1", "USB", nullptr, nullptr);
-  storage_cache_add_storage("/tmp/mnt/storage/sdc1", "", "EMPTY-NAME", "X");
-  storage_cache_add_storage("/tmp/mnt/storage/sdd1", nullptr, "NULL-NAME", "Y");
-  struct Row {
-    std::string (*lookup)(const char*);
-    const char* key;
-    const char* expected;
-  } rows[] = {
-      {by_name, "Disk", "/tmp/mnt/storage/sda1"},  {by_uuid, "4A2F-11C0", "/tmp/mnt/storage/sda1"},
-      {by_label, "MOVIES", "/tmp/mnt/storage/sda1"}, {by_name, "USB", "/tmp/mnt/storage/sdb1"},
-      {by_name, "disk", "(null)"},                  {by_label, "movies", "(null)"},
-      {by_uuid, "EMPTY-NAME", "(null)"},            {by_label, "Y", "(null)"},
-      {by_name, "", "(null)"},                      {by_uuid, "", "(null)"},
-      {by_label, nullptr, "(null)"},
-  };
-  for (const Row& row : rows) EXPECT_EQ(row.expected, row.lookup(row.key)) << (row.key ? row.key : "null");
-
-  // A later storage replaces an earlier one under the same key; what was handed out stays.
-  char* kept = storage_cache_get_mount_path_by_name("Disk");
-  storage_cache_add_storage("/tmp/mnt/storage/sde1", "Disk", nullptr, "MOVIES");
-  storage_cache_add_storage("/tmp/mnt/storage/sda1", "Renamed", "NEW-UUID", nullptr);
-  EXPECT_EQ("/tmp/mnt/storage/sde1", by_name("Disk"));
-  EXPECT_EQ("/tmp/mnt/storage/sde1", by_label("MOVIES"));
-  EXPECT_EQ("/tmp/mnt/storage/sda1", by_name("Renamed"));
-  EXPECT_EQ("/tmp/mnt/storage/sda1", by_uuid("4A2F-11C0"));  // nothing is removed
+TEST(StorageCache, LookupsAndTheRoundTripThroughTheFile) {
+  test::Sandbox sandbox;
+  test::make_dirs(sandbox.path("/tmp/run"));
   storage_cache_reset();
-  EXPECT_EQ("/tmp/mnt/storage/sda1", test::take_string(kept));
-  EXPECT_EQ("(null)", by_name("Renamed"));
-  EXPECT_EQ("(null)", by_uuid("NEW-UUID"));
-}
-
-TEST_F(StorageCache, SavesFourLinesPerMountPathInKeyOrderAndLoadsThemBack) {
   storage_cache_add_storage("/tmp/mnt/storage/usb1", "USB disk", "0119-F18B", "KINGSTON");
   storage_cache_add_storage("/tmp/mnt/storage/sda1", "Disk", nullptr, "MOVIES");
   storage_cache_add_storage("/tmp/mnt/storage/SD Card", "SD", "", nullptr);
+  storage_cache_add_storage("/tmp/mnt/storage/sdc1", "", "EMPTY-NAME", "X");
+  storage_cache_add_storage("/tmp/mnt/storage/sdd1", nullptr, "NULL-NAME", "Y");
   storage_cache_save();
-  const std::string saved =
-      "/tmp/mnt/storage/SD Card\nSD\n\n\n"
-      "/tmp/mnt/storage/sda1\nDisk\n\nMOVIES\n"
-      "/tmp/mnt/storage/usb1\nUSB disk\n0119-F18B\nKINGSTON\n";
-  EXPECT_EQ(saved, test::read_file(path()));
-
+  EXPECT_EQ("/tmp/mnt/storage/SD Card\nSD\n\n\n/tmp/mnt/storage/sda1\nDisk\n\nMOVIES\n"
+            "/tmp/mnt/storage/usb1\nUSB disk\n0119-F18B\nKINGSTON\n",
+            test::read_file(sandbox.path("/tmp/run/storages.txt")));
+  // Loading replaces what the cache holds; empty lines come back as empty texts, not as absent
+  // ones: the last storage with an empty UUID or label owns the empty key.
+  for (bool loaded : {false, true}) {
+    if (loaded) {
+      storage_cache_reset();
+      storage_cache_add_storage("/tmp/mnt/other", "Other", nullptr, nullptr);
+      storage_cache_load();
+    }
+    struct Row {
+      std::string (*lookup)(const char*);
+      const char *key, *expected;
+    } rows[] = {
+        {by_name, "Disk", "/tmp/mnt/storage/sda1"}, {by_uuid, "0119-F18B", "/tmp/mnt/storage/usb1"},
+        {by_label, "MOVIES", "/tmp/mnt/storage/sda1"}, {by_name, "SD", "/tmp/mnt/storage/SD Card"},
+        {by_name, "disk", "(null)"}, {by_uuid, "EMPTY-NAME", "(null)"}, {by_label, "Y", "(null)"},
+        {by_name, "", "(null)"}, {by_label, nullptr, "(null)"}, {by_name, "Other", "(null)"},
+        {by_uuid, "", loaded ? "/tmp/mnt/storage/sda1" : "/tmp/mnt/storage/SD Card"},
+        {by_label, "", loaded ? "/tmp/mnt/storage/SD Card" : "(null)"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(row.expected, row.lookup(row.key)) << (row.key ? row.key : "null");
+  }
+  // A later storage replaces an earlier one under the same key; what was handed out stays.
+  char* kept = storage_cache_get_mount_path_by_name("Disk");
+  storage_cache_add_storage("/tmp/mnt/storage/sde1", "Disk", nullptr, "MOVIES");
+  storage_cache_add_storage("/tmp/mnt/storage/sda1", "Renamed", nullptr, nullptr);
+  EXPECT_EQ("/tmp/mnt/storage/sde1 /tmp/mnt/storage/sde1 /tmp/mnt/storage/sda1",
+            by_name("Disk") + " " + by_label("MOVIES") + " " + by_name("Renamed"));
   storage_cache_reset();
-  storage_cache_add_storage("/tmp/mnt/other", "Other", nullptr, nullptr);
-  storage_cache_load();
-  EXPECT_EQ("(null)", by_name("Other"));
-  EXPECT_EQ("/tmp/mnt/storage/usb1", by_uuid("0119-F18B"));
-  EXPECT_EQ("/tmp/mnt/storage/sda1", by_label("MOVIES"));
-  EXPECT_EQ("/tmp/mnt/storage/SD Card", by_name("SD"));
-  // Empty lines come back as empty texts, not as absent ones: the last storage with an empty
-  // UUID or label owns the empty key.
-  EXPECT_EQ("/tmp/mnt/storage/sda1", by_uuid(""));
-  EXPECT_EQ("/tmp/mnt/storage/SD Card", by_label(""));
-  storage_cache_save();
-  EXPECT_EQ(saved, test::read_file(path()));
+  EXPECT_EQ("/tmp/mnt/storage/sda1 (null)", test::take_string(kept) + " " + by_name("Renamed"));
 }
 
-TEST_F(StorageCache, LoadTakesCompleteGroupsOfStrippedLines) {
+TEST(StorageCache, LoadTakesCompleteGroupsOfStrippedLines) {
+  test::Sandbox sandbox;
+  std::string path = sandbox.path("/tmp/run/storages.txt"), long_path = "/m/" + std::string(1020, 'p');
+  test::make_dirs(sandbox.path("/tmp/run"));
+  storage_cache_reset();
   struct Row {
-    const char* file;  // null: no file
+    std::string file;  // "-": no file
     const char* name;
-    const char* expected;
+    std::string expected;
   } rows[] = {
-      {"/m/a\nA\nu\nl\n/m/b\nB\nv\n", "A", "/m/a"},
-      {"/m/a\nA\nu\nl\n/m/b\nB\nv\n", "B", "(null)"},
+      {"/m/a\nA\nu\nl\n/m/b\nB\nv\n", "A", "/m/a"}, {"/m/a\nA\nu\nl\n/m/b\nB\nv\n", "B", "(null)"},
       {"/m/a\nA\nu\nl", "A", "/m/a"},  // the last line needs no newline
       {"  /m/a \t\n\tA b  \r\nu\nl\n", "A b", "/m/a"},
       {"\n\n\n\n/m/b\nB\n\n\n", "B", "/m/b"},  // a group without mount path is skipped, not the reading
-      {"/m/a\n \nu\nl\n/m/b\nB\n\n\n", "B", "/m/b"},
-      {"/m/a\n \nu\nl\n/m/b\nB\n\n\n", "", "(null)"},
-      {"\nA\nu\nl\n", "A", "(null)"},  // nor a name without mount path
-      {nullptr, "A", "(null)"},
+      {"/m/a\n \nu\nl\n", "", "(null)"}, {"\nA\nu\nl\n", "A", "(null)"}, {"-", "A", "(null)"},
+      // Lines longer than 1023 characters are read in parts, which shifts the groups.
+      {long_path + "\nA\nu\nl\n/m/c\nC\n\n\n", "/m/c", "l"},
+      {long_path.substr(1) + "\nA\nu\nl\n", "A", long_path.substr(1)},
   };
   for (const Row& row : rows) {
-    unlink(path().c_str());
-    if (row.file) test::write_file(path(), row.file);
+    unlink(path.c_str());
+    if (row.file != "-") test::write_file(path, row.file);
     storage_cache_add_storage("/m/stale", "A", nullptr, nullptr);
     storage_cache_load();
-    EXPECT_EQ(row.expected, by_name(row.name)) << (row.file ? row.file : "no file") << " / " << row.name;
+    EXPECT_EQ(row.expected, by_name(row.name)) << row.file << " / " << row.name;
   }
-  // Lines longer than 1023 characters are read in parts, which shifts the groups.
-  std::string long_path = "/m/" + std::string(1020, 'p');
-  test::write_file(path(), long_path + "\nA\nu\nl\n/m/c\nC\n\n\n");
-  storage_cache_load();
-  EXPECT_EQ("(null)", by_name("A"));
-  EXPECT_EQ("l", by_name("/m/c"));
-  EXPECT_EQ("l", by_uuid("C"));
-  test::write_file(path(), long_path.substr(1) + "\nA\nu\nl\n");
-  storage_cache_load();
-  EXPECT_EQ(long_path.substr(1), by_name("A"));
-
   // A file that cannot be written is left alone.
-  unlink(path().c_str());
-  test::make_dirs(path());
+  unlink(path.c_str());
+  test::make_dirs(path);
   storage_cache_save();
-  EXPECT_TRUE(FS_is_dir(path().c_str()));
+  EXPECT_TRUE(FS_is_dir(path.c_str()));
 }
 
+// One lookup stands for the three: each checks that the cache was reset.
 TEST(StorageCacheDeathTest, LookupBeforeResetAndEmptyMountPathAreProgrammingErrors) {
-  const std::string module = "player/src/util/mt/storage_cache";
-  EXPECT_DEATH(storage_cache_get_mount_path_by_name("a"),
-               test::assertion_report(module, 0, "storage_cache_get_mount_path_by_name", "storage_mount_path_by_name"));
-  EXPECT_DEATH(storage_cache_get_mount_path_by_uuid("a"),
-               test::assertion_report(module, 0, "storage_cache_get_mount_path_by_uuid", "storage_mount_path_by_uuid"));
-  EXPECT_DEATH(
-      storage_cache_get_mount_path_by_label("a"),
-      test::assertion_report(module, 0, "storage_cache_get_mount_path_by_label", "storage_mount_path_by_label"));
+  auto report = [](const std::string& function, const std::string& expression) {
+    return test::assertion_report("player/src/util/mt/storage_cache", 0, "storage_cache_" + function, expression);
+  };
+  EXPECT_DEATH(by_label("a"), report("get_mount_path_by_label", "storage_mount_path_by_label"));
   storage_cache_reset();
-  EXPECT_DEATH(storage_cache_add_storage(nullptr, "n", nullptr, nullptr),
-               test::assertion_report(module, 0, "storage_cache_add_storage", "mount_path"));
-  EXPECT_DEATH(storage_cache_add_storage("", "n", nullptr, nullptr),
-               test::assertion_report(module, 0, "storage_cache_add_storage", "mount_path[0]"));
+  EXPECT_DEATH(storage_cache_add_storage(nullptr, "n", nullptr, nullptr), report("add_storage", "mount_path"));
+  EXPECT_DEATH(storage_cache_add_storage("", "n", nullptr, nullptr), report("add_storage", "mount_path[0]"));
 }
