@@ -1,14 +1,5 @@
-#include "player/src/util/mt/file_utils.h"
-
-#include "player/src/util/mt/advanced_file_utils.h"
-
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <string>
-#include <vector>
 
 #include "test_support.hpp"
 
@@ -150,11 +141,7 @@ TEST_F(FileUtilsTest, NamesAndDescriptors) {
   const char* cases[][3] = {{"/x/file.avi", ".srt", "/x/file.srt"}, {"a.tar.gz", ".txt", "a.tar.txt"},
                             {"/x.y/file", ".txt", "/x.y/file.txt"}, {"file", ".txt", "file.txt"},
                             {".hidden", ".txt", ".txt"}};
-  for (const auto& c : cases) {
-    char* result = FS_replace_filename_extension(c[0], c[1]);
-    EXPECT_STREQ(result, c[2]) << c[0];
-    free(result);
-  }
+  for (const auto& c : cases) EXPECT_EQ(test::take_string(FS_replace_filename_extension(c[0], c[1])), c[2]) << c[0];
   char name[] = "a:b/c.d?\"%*<>\\|e (1)";
   FS_sanitize_filename(name);
   EXPECT_STREQ(name, "a_b_c_d________e (1)");

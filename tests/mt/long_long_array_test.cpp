@@ -9,7 +9,7 @@ static Values values_of(const long_long_array* lla) {
   return lla->size ? Values(lla->items, lla->items + lla->size) : Values{};
 }
 
-TEST(LongLongArray, KeepsSixtyFourBitValues) {
+TEST(LongLongArray, KeepsSixtyFourBitValuesAndReadsStringsAsInts) {
   long_long_array* lla = long_long_array_create_single(5000000000LL);
   long_long_array_add(lla, INT64_MIN);
   long_long_array_add_all(lla, lla);  // its own values
@@ -28,12 +28,10 @@ TEST(LongLongArray, KeepsSixtyFourBitValues) {
   EXPECT_EQ(Values{}, values_of(copy));
   long_long_array_free(copy);
   long_long_array_free(lla);
-}
 
-TEST(LongLongArray, ReadsStringsAsInts) {
   string_array* sa = string_array_create_empty();
   for (const char* text : {"12", " -7", "x", "", "12 ", "-2147483648", "5000000000"}) string_array_add(sa, text);
-  long_long_array* lla = long_long_array_create_from_string_array(sa);
+  lla = long_long_array_create_from_string_array(sa);
   ASSERT_EQ(7, lla->size);
   EXPECT_EQ((Values{12, -7, -1, -1, -1, INT32_MIN}), Values(lla->items, lla->items + 6));
   EXPECT_LE(lla->items[6], INT32_MAX);  // read as an int: never a 64-bit value

@@ -88,9 +88,7 @@ TEST(PathUtils, BuildsABuilderFromComponents) {
     string_builder* sb = path_utils_create_builder_from_path(c.path);
     EXPECT_EQ(c.items, sb->num_items) << c.path;
     EXPECT_STREQ(c.top, string_builder_top(sb)) << c.path;
-    if (c.own) {
-      EXPECT_STREQ(c.own, string_builder_top_item(sb)) << c.path;
-    }
+    EXPECT_STREQ(c.own, c.items ? string_builder_top_item(sb) : nullptr) << c.path;
     string_builder_free(sb);
   }
 }
@@ -115,8 +113,8 @@ TEST(PathUtils, ResolvesRelativePathsWithoutClimbingAboveTheRoot) {
   struct Case { const char *path, *base_dir, *root; int join_bare; const char* resolved; };
   for (const Case& c : std::vector<Case>{
            {"/x", "/mnt/d", "/mnt", 0, "/mnt/x"}, {"/x/../y", "/mnt/d", "/mnt", 0, "/mnt/y"},
-           {"/../../y//z/", "/mnt/d", "/mnt", 0, "/mnt/y/z"},
-           {"/a/..", "/d", "/mnt", 0, "/mnt/"}, {"name", "/d", "/r", 0, "name"}, {"name", "/d/", "/r", 1, "/d/name"},
+           {"/../../y//z/", "/mnt/d", "/mnt", 0, "/mnt/y/z"}, {"/a/..", "/d", "/mnt", 0, "/mnt/"},
+           {"name", "/d", "/r", 0, "name"}, {"name", "/d/", "/r", 1, "/d/name"},
            {"../x/y", "/mnt/d/e", "/mnt", 0, "/mnt/d/x/y"}, {"../../../x/y", "/mnt/d", "/mnt", 0, "/mnt/x/y"},
            {"./x/./y", "/mnt/d", "/mnt", 0, "/mnt/d/x/y"}, {"x/", "/d", "/", 0, "/d/x"},
            {"a/../b//c", "/d/e", "/", 0, "/d/e/b/c"},
@@ -146,10 +144,9 @@ TEST(PathUtils, ResolvesRelativeUrlsBelowTheUrlPrefix) {
   struct Base { const char *url, *base; };
   for (const Base& c : std::vector<Base>{{"scheme://host/dir/file", "scheme://host/dir"},
                                         {"scheme://host/file", "scheme://host/"},
-                                        {"scheme://host/dir/", "scheme://host/"},
-                                        {"scheme://host/", "scheme://host/"}, {"scheme://host", "scheme://host"},
-                                        {"/a/b", "/a"}, {"file:///x/y", "file:///x"},
-                                        {"", ""}}) {
+                                        {"scheme://host/dir/", "scheme://host/"}, {"scheme://host/", "scheme://host/"},
+                                        {"scheme://host", "scheme://host"}, {"/a/b", "/a"},
+                                        {"file:///x/y", "file:///x"}, {"", ""}}) {
     EXPECT_EQ(c.base, seg_text(path_utils_get_base_url_seg(c.url))) << c.url;
   }
 }
@@ -172,13 +169,6 @@ TEST(PathUtils, RelatesAbsolutePathsAndAppliesTheResult) {
     EXPECT_EQ(c.result, take_string(path_utils_apply_rel_path(c.base, len(c.base), c.rel, len(c.rel)))) << c.base << " + " << c.rel;
   }
   EXPECT_EQ("/a/b/c", take_string(path_utils_apply_rel_path("/a/bzz", 4, "c", 1)));
-
-  // Round trip: the relation of two paths applied to the first gives the second.
-  for (const Rel& c : std::vector<Rel>{{"/m/a/b", "/m/c/d", ""}, {"/m/a", "/m/a/b/c", ""}, {"/m/a/b", "/m", ""}}) {
-    char* rel = path_utils_get_rel_path(c.from, len(c.from), c.to, len(c.to));
-    EXPECT_EQ(c.to, take_string(path_utils_apply_rel_path(c.from, len(c.from), rel, (int)strlen(rel))));
-    free(rel);
-  }
 
   std::string from = "/old", to = "/old/x/y", deeper = "/o/p", outside = "/q", relative = "x";
   EXPECT_EQ("/new/x/y", take_string(path_utils_apply_rel_path2("/new", 4, from.c_str(), len(from), to.c_str(), len(to), "fb")));

@@ -1,11 +1,9 @@
 #include "test_support.hpp"
 
-static std::string text(str_seg seg) { return std::string(seg.start, seg.length); }
+using test::seg_text;
 
 TEST(StringBuilder, PushesAbsoluteAndRelativeItems) {
-  string_builder* sb = string_builder_create();
-  EXPECT_EQ(1024, sb->buf_capacity);
-  EXPECT_EQ(32, sb->item_capacity);
+  string_builder* sb = string_builder_create();  // its capacities show in the dump below
   EXPECT_STREQ("", string_builder_top(sb));
   EXPECT_EQ(0, string_builder_get_by_ndx(sb, 0).length);
 
@@ -16,12 +14,12 @@ TEST(StringBuilder, PushesAbsoluteAndRelativeItems) {
   string_builder_push_rel(sb, "music/", 1);
   EXPECT_STREQ("/mnt/music", string_builder_top(sb));
   EXPECT_STREQ("music", string_builder_top_item(sb));
-  EXPECT_EQ(text(string_builder_top_seg(sb)), text(string_builder_get_by_ndx(sb, -1)));
+  EXPECT_EQ(seg_text(string_builder_top_seg(sb)), seg_text(string_builder_get_by_ndx(sb, -1)));
   // Relative to an older item: that item's text is copied after the current text.
   string_builder_push_rel(sb, "video", 1);
   EXPECT_STREQ("/mnt/music/mnt/video", sb->buf);
-  EXPECT_EQ("/mnt/video", text(string_builder_get_by_ndx(sb, 2)));
-  EXPECT_EQ("video", text(string_builder_get_item_by_ndx(sb, -1)));
+  EXPECT_EQ("/mnt/video", seg_text(string_builder_get_by_ndx(sb, 2)));
+  EXPECT_EQ("video", seg_text(string_builder_get_item_by_ndx(sb, -1)));
   string_builder_pop(sb);
   string_builder_pop(sb);
   EXPECT_STREQ("/mnt", sb->buf);
@@ -54,7 +52,7 @@ TEST(StringBuilder, PopRestoresTheExactBytesAcrossManyLevels) {
     else string_builder_push_rel(sb, with_slash.c_str(), base);
     std::string prefix = level % 4 == 0 ? "/" : base == 0 ? "" : full[base - 1] + "/";
     full.push_back(prefix + name);
-    for (int i = 0; i < sb->num_items; ++i) ASSERT_EQ(full[i], text(string_builder_get_by_ndx(sb, i))) << level;
+    for (int i = 0; i < sb->num_items; ++i) ASSERT_EQ(full[i], seg_text(string_builder_get_by_ndx(sb, i))) << level;
     ASSERT_EQ(level % 4 == 0 ? "/" + name : name, string_builder_top_item(sb));
   }
   EXPECT_EQ(256, sb->item_capacity);
@@ -64,7 +62,7 @@ TEST(StringBuilder, PopRestoresTheExactBytesAcrossManyLevels) {
     ASSERT_EQ(buffers[level], std::string(sb->buf, sb->buf_length + 1)) << level;
   }
   EXPECT_EQ(sb->buf_capacity, copy->buf_capacity);
-  EXPECT_EQ(full[150], text(string_builder_get_by_ndx(copy, 150)));  // the copy has its own text
+  EXPECT_EQ(full[150], seg_text(string_builder_get_by_ndx(copy, 150)));  // the copy has its own text
   EXPECT_EQ(nullptr, string_builder_copy(nullptr));
   string_builder_free(sb);
   string_builder_free(copy);
@@ -72,20 +70,13 @@ TEST(StringBuilder, PopRestoresTheExactBytesAcrossManyLevels) {
 
 TEST(StringBuilder, DumpsItsState) {
   string_builder* sb = string_builder_create();
-  testing::internal::CaptureStdout();
-  string_builder_dump(sb, "path");
+  EXPECT_EQ("path: empty\n", test::captured_stdout([&] { string_builder_dump(sb, "path"); }));
   string_builder_push_abs(sb, "/mnt");
   string_builder_push_rel(sb, "usb", 1);
   string_builder_push_rel(sb, "x", 1);
-  string_builder_dump(sb, "path");
-  EXPECT_EQ(
-      "path: empty\n"
-      "path: chars 14=14 of 1024, items 3 of 32\n"
-      "    buf = '/mnt/usb/mnt/x'\n"
-      "    item #0: 0,0,4: /mnt\n"
-      "    item #1: 0,5,8: /mnt/usb\n"
-      "    item #2: 8,13,14: /mnt/x\n",
-      testing::internal::GetCapturedStdout());
+  EXPECT_EQ("path: chars 14=14 of 1024, items 3 of 32\n    buf = '/mnt/usb/mnt/x'\n    item #0: 0,0,4: /mnt\n"
+            "    item #1: 0,5,8: /mnt/usb\n    item #2: 8,13,14: /mnt/x\n",
+            test::captured_stdout([&] { string_builder_dump(sb, "path"); }));
   string_builder_free(sb);
 }
 
