@@ -182,11 +182,10 @@ TEST(UrlType, ParsesBraceUrlsIntoProperties) {
     EXPECT_EQ(c.dump, take_string(properties_save_to_buffer(props))) << c.url;
     properties_free(props);
   }
-  testing::internal::CaptureStderr();
   properties* props = properties_create_empty();
-  playlist_parse_embedded_app_url("embedded_app://{=}", props);
+  EXPECT_CONTAINS(test::captured_stderr([&] { playlist_parse_embedded_app_url("embedded_app://{=}", props); }),
+                  "[embedded_app] invalid URL: embedded_app://{=}");
   properties_free(props);
-  EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("[embedded_app] invalid URL: embedded_app://{=}"));
 }
 
 namespace {
@@ -224,7 +223,6 @@ TEST(UrlType, ToolClassifiesAndParses) {
       {"url parse 'smb://nas/media/a.mkv'", 0, "protocol: smb\nhost: nas\npath: /media/a.mkv\n", true},
       {"url parse 'extplayer://{cmd=play}{arg=a\\}b}'", 0, "cmd = play\narg = a}b\n", true},
       {"url parse 'extplayer://{cmd'", 1, ""},
-      {"url parse /tmp/a", 1, ""},
       {"url classify", 2, ""},
       {"url parse a b", 2, ""},
   });

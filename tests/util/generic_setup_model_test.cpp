@@ -1,13 +1,6 @@
-#include <unistd.h>
-
 #include <climits>
-#include <cstdlib>
-#include <cstring>
-#include <sstream>
-#include <string>
 
 #include "test_support.hpp"
-#include "vonautil.h"
 
 using test::captured_stdout;
 
