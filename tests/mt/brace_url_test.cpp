@@ -12,8 +12,7 @@ TEST(BraceUrl, ReadsPairsWithNestingAndEscapes) {
   for (const Case& c : std::vector<Case>{{"", "", "", 0, ""},
                                          {"{a=1}{b=2}", "a", "1", 0, "{b=2}"}, {"{Key_9=}", "Key_9", "", 0, ""},
                                          {"{a={b}{c{d}}}x", "a", "{b}{c{d}}", 0, "x"},
-                                         {"{b=x\\}y}", "b", "x\\}y", 1, ""},
-                                         {"{b=\\\\}", "b", "\\\\", 1, ""}}) {
+                                         {"{b=x\\}y}", "b", "x\\}y", 1, ""}, {"{b=\\\\}", "b", "\\\\", 1, ""}}) {
     const char* cursor = c.text;
     str_seg key, value;
     int escaped = -1;

@@ -96,10 +96,9 @@ TEST_F(SkinTest, AppliesParameterWordsAndLogsThem) {
   EXPECT_FALSE(test::Contains(log, "unrecognized"));
 
   // Over those values: a bad shift resets to 0, a bad width gives 12, an unknown word "setup".
-  apply_root(
-      "<setup_hr_width>1</setup_hr_width><gui_control_sel_y_shift>abc</gui_control_sel_y_shift>"
-      "<show_home_in_path>maybe</show_home_in_path><setup_hr_color_rgb>A0B0C0D</setup_hr_color_rgb>"
-      "<disable_glasses>1</disable_glasses><colour>red</colour>");
+  apply_root("<setup_hr_width>1</setup_hr_width><gui_control_sel_y_shift>abc</gui_control_sel_y_shift>"
+             "<show_home_in_path>maybe</show_home_in_path><setup_hr_color_rgb>A0B0C0D</setup_hr_color_rgb>"
+             "<disable_glasses>1</disable_glasses><colour>red</colour>");
   EXPECT_EQ("1 0 1 badge.png s.png A0B0C0 7F 0 12 0 2 0 -3 -1 FDFD40 A | 0 1 2 /1", params(cfg));
   apply_root("<show_home_in_path>yes</show_home_in_path>");
   EXPECT_EQ(2, cfg->show_home_in_path);
@@ -243,7 +242,7 @@ TEST_F(SkinTest, RefusesFilesThatCannotBeReadOrParsed) {
       "] [gui_skin_config] failed to read GUI skin config from '" + missing + "': No such file or directory\n");
   EXPECT_CONTAINS(apply(" \n"), "] [gui_skin_config] failed to create XML document\n");
   EXPECT_CONTAINS(apply("<skin>\n<a></b></skin>"),
-                       "] [gui_skin_config] parse error: id=8, row=2, col=4, descr: Error reading end tag.\n");
+                  "] [gui_skin_config] parse error: id=8, row=2, col=4, descr: Error reading end tag.\n");
   EXPECT_CONTAINS(apply("<!-- nothing -->"), "] [gui_skin_config] failed to get root XML element\n");
   EXPECT_EQ(0, ok);
   EXPECT_EQ(0, cfg->root_views->num_items);
@@ -271,10 +270,8 @@ TEST_F(SkinTest, ToolChecksSkinsAndXmlFiles) {
       {"skin check " + good, 0, "root_views (default 0):\n  id='r' caption='Root' type=list\n"},
       {"skin check " + good + " " + refused, 1, "  [gui_skin_config] no root_views specified\n  => REFUSED\n"},
       {"skin check " + good + " " + none, 1, "vonautil skin: cannot read '" + none + "': No such file or directory\n"},
-      {"skin list " + good, 2, ""},
-      {"xml check " + good + " skin", 0, "root element <skin>\n"},
+      {"skin list " + good, 2, ""}, {"xml check " + good + " skin", 0, "root element <skin>\n"},
       {"xml check " + good + " list", 1, "error: Root element \"skin\" found instead of \"list\".\n"},
-      {"xml check " + sandbox.root(), 1, "not a regular file"},
-      {"xml check a b c", 2, ""},
+      {"xml check " + sandbox.root(), 1, "not a regular file"}, {"xml check a b c", 2, ""},
   });
 }

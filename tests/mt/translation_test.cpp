@@ -196,10 +196,8 @@ TEST_F(Translation, ToolChecksGetsAndCounts) {
        true},
       {"translation get " + english + " title size__1", 0, "Title\n%s MB\n", true},
       {"translation stats " + english, 0, "entries: 2\nnot translated: 0\ncollisions: 0 (0%)\nlongest bucket: 1\n", true},
-      {"translation get " + english + " nope", 1, ""},
-      {"translation stats " + none, 1, ""},
-      {"translation check " + none, 1, ""},
-      {"translation check", 2, ""},
+      {"translation get " + english + " nope", 1, ""}, {"translation stats " + none, 1, ""},
+      {"translation check " + none, 1, ""}, {"translation check", 2, ""},
       {"translation frob x", 2, ""},
   });
 }

@@ -35,8 +35,7 @@ std::string kinds_of(const char* url) {
   return names;
 }
 
-template <size_t N>
-bool in_table(const char* const (&rows)[N], const char* ext) {
+template <size_t N> bool in_table(const char* const (&rows)[N], const char* ext) {
   for (const char* row : rows) {
     if (strcasecmp(row, ext) == 0) return true;
   }
@@ -206,8 +205,7 @@ TEST(UrlType, ReplacesTheBaseUrlKeepingSwfParameters) {
                                          {"swf://g.swf:::", "g.swf", 7, "swf://new:g.swf"},
                                          {"swf://!g", "!g", 0, "swf://!g"},
                                          {"http://h/a", "http://h/a", 7, "new:http://h/a"},
-                                         {"!http", "!http", 0, "!http"},
-                                         {"?x", "?x", 1, "?x"}}) {
+                                         {"!http", "!http", 0, "!http"}, {"?x", "?x", 1, "?x"}}) {
     char* url = strdup(c.url);
     std::string passed;
     EXPECT_EQ(c.result, playlist_replace_base_url(&url, replace_with_context, &passed)) << c.url;
@@ -223,7 +221,6 @@ TEST(UrlType, ToolClassifiesAndParses) {
       {"url parse 'smb://nas/media/a.mkv'", 0, "protocol: smb\nhost: nas\npath: /media/a.mkv\n", true},
       {"url parse 'extplayer://{cmd=play}{arg=a\\}b}'", 0, "cmd = play\narg = a}b\n", true},
       {"url parse 'extplayer://{cmd'", 1, ""},
-      {"url classify", 2, ""},
-      {"url parse a b", 2, ""},
+      {"url classify", 2, ""}, {"url parse a b", 2, ""},
   });
 }
