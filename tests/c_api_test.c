@@ -82,7 +82,6 @@ static void check_callbacks_and_lists(void) {
   int object = 1;
   qsort(names, 2, sizeof *names, str_nat_cmp);
   CHECK(strcmp(names[0], "file2") == 0);
-  CHECK(get_index_by_func_and_string(get_no_yes_choice_string_by_value, "yes", -1) == 1);
   point_list_add(points, (point*)calloc(1, sizeof(point)));
   point_list_insert(points, 0, (point*)calloc(1, sizeof(point)));
   CHECK(points->num_items == 2 && points->capacity == 2);

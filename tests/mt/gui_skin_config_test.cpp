@@ -216,12 +216,9 @@ TEST_F(SkinTest, ReadsTheUpgraderScreen) {
       {"<progress image=\"p\"/>", "<progress/>", "required 'image' attribute of 'progress' element missing"},
       {"<progress image=\"p\"/>", "<progress image=\"p\" border=\"-1\"/>",
        "invalid value -1 of 'border' attribute of 'progress' element"},
-      {"<title font=\"t\"/>", "", "required 'title' element missing"},
       {"<title font=\"t\"/>", "<title/>", "required 'font' attribute of 'title' element missing"},
       {"<title font=\"t\"/>", "<title font=\"t\" size=\"0\"/>", "invalid value 0 of 'size' attribute of 'title' element"},
       {"<title font=\"t\"/>", "<title font=\"t\" y=\"x\"/>", "invalid value x of 'size' attribute of 'title' element"},
-      {"<text font=\"x\"/>", "", "required 'text' element missing"},
-      {"<text font=\"x\"/>", "<text/>", "required 'font' attribute of 'text' element missing"},
       {"<text font=\"x\"/>", "<text font=\"x\" size=\"0\"/>", "invalid value 0 of 'size' attribute of 'text' element"},
       {"<text font=\"x\"/>", "<text font=\"x\"/><short_mode value=\"on\"/>", nullptr},
   };

@@ -71,10 +71,6 @@ TEST(UrlType, ClassifiesBySchemeAndStreamingSuffix) {
 
 TEST(UrlType, ExtensionLookupMatchesACaseInsensitiveScanOfTheTables) {
   using namespace vona;
-  EXPECT_EQ(132u, std::size(kVideoExtensions));
-  EXPECT_EQ(275u, std::size(kAudioExtensions));
-  EXPECT_EQ(428u, std::size(kImageExtensions));
-
   // Every row, in lower, upper and mixed case, and near misses of it, is classified as the
   // linear scan classifies it.
   std::vector<std::string> probes = {"", "divx", "DivX", "m3u", "pls", "iso", "apk", "html", "TEXT", "m3u8", "dwd",
@@ -173,7 +169,6 @@ TEST(UrlType, ParsesBraceUrlsIntoProperties) {
            {playlist_parse_plugin_launcher_url, "plugin_launcher://abc", 1, "name = abc\n"},
            {playlist_parse_plugin_launcher_url, "plugin_launcher://", 1, "name = \n"},
            {playlist_parse_embedded_app_url, "embedded_app://{k=1}{k=2}", 1, "k = 1\nk = 2\n"},
-           {playlist_parse_extplayer_url, "extplayer://{cmd={a}{b}}", 1, "cmd = {a}{b}\n"},
            {playlist_parse_extplayer_url, "x", 1, "name = \n"},  // the scheme is the caller's check
        }) {
     properties* props = properties_create_empty();
