@@ -10,8 +10,7 @@
 
 #include "vonautil.h"
 
-static int checks = 0;
-static int failures = 0;
+static int checks = 0, failures = 0;
 
 #define CHECK(cond)                                                              \
   do {                                                                           \
@@ -52,9 +51,7 @@ static void check_variadic_and_records(void) {
 }
 
 // The typed-list generator works in C as well.
-typedef struct point {
-  int x;
-} point;
+typedef struct point { int x; } point;
 TYPED_LIST_DECLARE(point_list, point);
 TYPED_LIST_DECLARE_INSERT(point_list, point);
 TYPED_LIST_DEFINE(point_list, point, free);

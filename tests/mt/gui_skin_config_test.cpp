@@ -86,12 +86,10 @@ TEST_F(SkinTest, AppliesParameterWordsAndLogsThem) {
       "<text_field_inner_sel_y_shift>-1</text_field_inner_sel_y_shift>");
   EXPECT_EQ(1, ok);
   EXPECT_EQ("1 0 1 badge.png s.png A0B0C0 7F 0 3 1 2 5 -3 -1 FDFD40 A | 0 1 2 /1", params(cfg));
-  for (const char* line :
-       {"] [gui_skin_config] using disable_glasses=true\n", "] [gui_skin_config] using enable_badge_icons=false\n",
-        "] [gui_skin_config] using default_badge_icon_file='badge.png'\n",
-        "] [gui_skin_config] using setup_hr_color_rgb=0xA0B0C0\n", "] [gui_skin_config] using setup_hr_alpha=0x7F\n",
-        "] [gui_skin_config] using setup_hr_width=3\n", "] [gui_skin_config] using show_home_in_path=no\n"}) {
-    EXPECT_CONTAINS(log, line);
+  for (const char* setting : {"disable_glasses=true", "enable_badge_icons=false", "default_badge_icon_file='badge.png'",
+                              "setup_hr_color_rgb=0xA0B0C0", "setup_hr_alpha=0x7F", "setup_hr_width=3",
+                              "show_home_in_path=no"}) {
+    EXPECT_CONTAINS(log, std::string("] [gui_skin_config] using ") + setting + "\n");
   }
   EXPECT_FALSE(test::Contains(log, "unrecognized"));
 
@@ -128,11 +126,9 @@ TEST_F(SkinTest, ReadsUiTypesAndTextColours) {
       "FFFFFF\"/></text_colors>");
   EXPECT_EQ(1, ok);
   EXPECT_CONTAINS(params(cfg), "| 1 0 /0");
-  for (const char* line :
-       {"[gui_skin_config] duplicate ui_type; ignored\n", "[gui_skin_config] invalid ui_type; ignored\n",
-        "[gui_skin_config] invalid default ui_type 'folders'; ignored\n",
-        "[gui_skin_config] invalid or missing text color value; ignored\n"}) {
-    EXPECT_CONTAINS(log, line);
+  for (const char* line : {"duplicate ui_type", "invalid ui_type", "invalid default ui_type 'folders'",
+                           "invalid or missing text color value"}) {
+    EXPECT_CONTAINS(log, std::string("[gui_skin_config] ") + line + "; ignored\n");
   }
   size_t first = log.find("invalid or missing text color index; ignored");
   EXPECT_NE(std::string::npos, log.find("invalid or missing text color index; ignored", first + 1));
@@ -209,9 +205,7 @@ TEST_F(SkinTest, ReadsTheUpgraderScreen) {
 
   // Each row replaces one element of a complete screen.
   const std::string complete = "<progress image=\"p\"/><title font=\"t\"/><text font=\"x\"/>";
-  struct Case {
-    const char *element, *replacement, *message;
-  } cases[] = {
+  struct Case { const char *element, *replacement, *message; } cases[] = {
       {"<progress image=\"p\"/>", "", "required 'progress' element missing"},
       {"<progress image=\"p\"/>", "<progress/>", "required 'image' attribute of 'progress' element missing"},
       {"<progress image=\"p\"/>", "<progress image=\"p\" border=\"-1\"/>",

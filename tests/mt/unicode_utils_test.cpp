@@ -28,7 +28,6 @@ TEST(Utf8, SteppingAndCountingTreatEachBadByteAsOneQuestionMark) {
   }
   EXPECT_EQ((std::vector<UTF32>{'a', '?', '?', 'b', 0x436, '?', '?'}), read);
   EXPECT_EQ((std::vector<long>{1, 2, 3, 4, 6, 7, 8}), offsets);
-  EXPECT_EQ(0u, utf8_get_next_char(&end, end));
   const char* at_start = text;
   EXPECT_EQ(0u, utf8_get_next_char(&at_start, text));  // an empty range, whatever the bytes there
   EXPECT_EQ(text, at_start);
@@ -42,11 +41,8 @@ TEST(Utf8, SteppingAndCountingTreatEachBadByteAsOneQuestionMark) {
 }
 
 TEST(Utf8, SortOrder) {
-  const struct {
-    const char* a;
-    const char* b;
-    int sign;
-  } cases[] = {{"\xD1\x91\xD0\xBB\xD0\xBA\xD0\xB0", "\xD0\xB5\xD0\xBB\xD0\xBA\xD0\xB0", 0},  // ёлка = елка
+  const struct { const char *a, *b; int sign; } cases[] = {
+               {"\xD1\x91\xD0\xBB\xD0\xBA\xD0\xB0", "\xD0\xB5\xD0\xBB\xD0\xBA\xD0\xB0", 0},  // ёлка = елка
                {"B", "a", 1},          {"Z", "\xC3\xA9", -1},  // é is outside CP1251
                {"abc", "abcd", -1},    {"ABC", "abc", 0},      {"zebra", "\xD0\xB0", -1},
                {"\xD1\x8F", "\xCE\xB1", -1},                    // я before Greek α

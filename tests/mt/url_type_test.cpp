@@ -125,7 +125,8 @@ TEST(UrlType, ExtensionLookupMatchesACaseInsensitiveScanOfTheTables) {
   // The extension is that of the basename; a dot in a folder name or a query is no extension.
   EXPECT_EQ(0, playlist_is_media_file_url("/music.mp3/readme"));
   EXPECT_EQ(0, playlist_is_media_file_url("http://h/a.mp4?x=1"));
-  EXPECT_EQ(1, playlist_is_audio_file_url("vona_service_x.DWD"));
+  EXPECT_EQ(1, playlist_is_audio_file_url("vona_service_x.DWD"));  // only .dsf and .dff mark the firmware's own files
+  EXPECT_EQ(1, playlist_is_audio_file_url("vona_firmware_x.mp3"));
 }
 
 TEST(UrlType, ParsesPseudoSchemeUrls) {

@@ -13,7 +13,8 @@ struct Doc {
     int id = 0, row = 0, column = 0;
     char* description = strdup("previous");  // replaced and freed by the call
     xml_document_get_error_info(doc, &id, &description, &row, &column);
-    std::string text = std::to_string(id) + " " + std::to_string(row) + ":" + std::to_string(column) + " " + description;
+    std::string text =
+        std::to_string(id) + " " + std::to_string(row) + ":" + std::to_string(column) + " " + description;
     free(description);
     return text;
   }
@@ -218,12 +219,7 @@ TEST(Xmlp, AttributeReadersFollowTheirTable) {
   const Reader word = [](xmlp_context* c, const xml_element* el, const char* name, int d) {
     return xmlp_get_enum(c, el, name, [](const char* v) { return strcmp(v, "v") == 0 ? 3 : v[0] ? -1 : 4; }, d);
   };
-  const struct {
-    Reader read;
-    const char* name;
-    int default_value, result;
-    const char* message;
-  } cases[] = {
+  const struct { Reader read; const char* name; int default_value, result; const char* message; } cases[] = {
       {i, "n", 5, 7, ""}, {i, "five", 5, 5, ""}, {implied, "x", 5, 5, ""}, {implied, "n", 5, 7, ""},
       {i, "low", 5, 5, "Attribute value low=\"3\" is too small; default value 5 used."},
       {i, "bad", 5, 5, "Invalid attribute value bad=\"7x\"; default value 5 used."},

@@ -89,11 +89,8 @@ TEST(GenericSetupModel, SingleSettingValues) {
                 *t = gsetup_model_get_setting("t2_label");
   ASSERT_TRUE(e && n && t);
   EXPECT_EQ(nullptr, gsetup_model_get_setting("t2_other"));
-  const struct {
-    setup_setting* setting;
-    const char* text;
-    int valid;
-  } cases[] = {{n, " -12", 1}, {n, "12 ", 0}, {n, "", 0}, {n, nullptr, 0}, {e, "yes", 1}, {e, "Yes", 0}, {t, "", 1}, {t, nullptr, 0}};
+  const struct { setup_setting* setting; const char* text; int valid; } cases[] = {
+      {n, " -12", 1}, {n, "12 ", 0}, {n, "", 0}, {n, nullptr, 0}, {e, "yes", 1}, {e, "Yes", 0}, {t, "", 1}, {t, nullptr, 0}};
   for (const auto& c : cases) EXPECT_EQ(c.valid, gsetup_setting_is_valid_string_value(c.setting, c.text)) << c.setting->id;
 
   gsetup_setting_set_value_by_string(n, "2147483647", 0);
