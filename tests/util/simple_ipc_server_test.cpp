@@ -109,9 +109,9 @@ TEST_F(SimpleIpcServer, ServesClientsByTheirFirstRequestAndEachInSendingOrder) {
             texts);
 }
 
-// One server process and many client processes, each sending its requests in bursts and taking
-// the answers of a burst in sending order before the next.
-const int kClients = 20, kBursts = 10, kBurst = 12;
+// One server process and 20 client processes of 500 requests each, each client sending its
+// requests in bursts and taking the answers of a burst in sending order before the next.
+const int kClients = 20, kBursts = 50, kBurst = 10;
 
 // Large enough that a file read before its last write would show; "end" is written last.
 std::string payload(int client, int n) { return std::string(2000 + n % 97, (char)('a' + (client + n) % 26)); }
@@ -167,10 +167,10 @@ int run_client(int client) {
 
 TEST_F(SimpleIpcServer, LoadOfManyClientProcessesIsAnsweredOnceEachInOrder) {
   std::string load_dir = sandbox.path("/tmp/run/ipc__load");
-  pid_t server = test::spawn(run_server, 60);
+  pid_t server = test::spawn(run_server, 300);
   for (int i = 0; i < 5000 && access(load_dir.c_str(), F_OK) != 0; ++i) usleep(1000);
   std::vector<pid_t> clients;
-  for (int c = 0; c < kClients; ++c) clients.push_back(test::spawn([c] { return run_client(c); }, 60));
+  for (int c = 0; c < kClients; ++c) clients.push_back(test::spawn([c] { return run_client(c); }, 300));
   for (int c = 0; c < kClients; ++c) EXPECT_EQ(0, test::exit_status(clients[c])) << "client " << c;
   EXPECT_EQ(0, test::exit_status(server));
   EXPECT_EQ("", test::listing(load_dir));
