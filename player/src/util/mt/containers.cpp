@@ -180,6 +180,13 @@ class StringTable {
     reset(kMinSlots);
   }
 
+  // Makes room for `count` entries in all, so that inserting up to that many moves no entry.
+  void reserve(size_t count) {
+    size_t slots = slots_.size();
+    while (count * 4 > slots * 3) slots *= 2;
+    if (slots != slots_.size()) rehash(slots);
+  }
+
   void swap(StringTable& other) {
     slots_.swap(other.slots_);
     std::swap(size_, other.size_);
@@ -211,8 +218,10 @@ class StringTable {
     slots_[i] = {entry->hash, entry};
   }
 
-  void grow() {
-    std::vector<Slot> old(slots_.size() * 2, Slot{0, nullptr});
+  void grow() { rehash(slots_.size() * 2); }
+
+  void rehash(size_t count) {
+    std::vector<Slot> old(count, Slot{0, nullptr});
     old.swap(slots_);
     mask_ = slots_.size() - 1;
     for (const Slot& slot : old) {
@@ -464,6 +473,8 @@ const char** long_by_string_map_get_keys(const C_LongByStringMap* map) {
 void long_by_string_map_clear(C_LongByStringMap* map) { map->items.clear(); }
 
 void long_by_string_map_free(C_LongByStringMap* map) { delete map; }
+
+void vona::long_by_string_map_reserve(C_LongByStringMap* map, size_t count) { map->items.reserve(count); }
 
 long long* vona::long_by_string_map_find_or_insert(C_LongByStringMap* map, const char* key, size_t length,
                                                    long long value, bool* inserted) {

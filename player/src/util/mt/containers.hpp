@@ -15,6 +15,9 @@ namespace vona {
 long long* long_by_string_map_find_or_insert(C_LongByStringMap* map, const char* key, size_t length, long long value,
                                              bool* inserted);
 
+// Makes room for `count` keys in all, so that the map does not grow while they are put.
+void long_by_string_map_reserve(C_LongByStringMap* map, size_t count);
+
 }  // namespace vona
 
 #endif

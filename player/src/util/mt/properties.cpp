@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -196,6 +197,16 @@ void set_entry(properties* p, const char* key, char* value) {
 void parse_in_place(properties* p, char* text) {
   EntryFinder finder(p);
   char* const end = text + strlen(text);
+  // An index made big enough at once never grows while it fills. Each entry takes a line of
+  // its own and an equals sign, so the smaller count bounds the new entries.
+  if (p->index != nullptr) {
+    size_t lines = 1, equals = 0;
+    for (const char* c = text; c < end; ++c) {
+      lines += *c == '\n';
+      equals += *c == '=';
+    }
+    vona::long_by_string_map_reserve(p->index, (size_t)long_by_string_map_size(p->index) + std::min(lines, equals));
+  }
   for (char* line = text; line < end;) {
     char* line_end = static_cast<char*>(memchr(line, '\n', (size_t)(end - line)));
     if (line_end == nullptr) line_end = end;
