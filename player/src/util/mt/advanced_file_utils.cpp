@@ -331,10 +331,18 @@ void report_mode_failure(const char* destination, mode_t mode) {
   log_print("[cp_r] chmod(%s, %o) failed", destination, (unsigned)mode);
 }
 
+// True when the open file has exactly these permission bits.
+bool has_mode(int fd, mode_t mode) {
+  struct stat status;
+  return fstat(fd, &status) == 0 && (status.st_mode & 0xfff) == mode;
+}
+
 // FS_copy_file_ext, and the copy of one entry of a tree when `status` (the walk's record of
 // the source) is given: then the copy is opened plainly if the source is a regular file,
 // takes the source's permission bits through its descriptor before it is closed, and ends at
-// the size the walk saw.
+// the size the walk saw. A copy that did not exist yet is created with those bits already:
+// its owner's change to the bits it has could not fail, so it is left out when the umask (or
+// a default ACL) took none of them away.
 int copy_file(const char* source, const char* destination, int* error_out, const struct stat* status) {
   *error_out = 0;
   int in = open_source(source, status != nullptr && S_ISREG(status->st_mode));
@@ -343,8 +351,11 @@ int copy_file(const char* source, const char* destination, int* error_out, const
     log_print("[fs_copy] fopen_read(%s): %s", source, strerror(errno));
     return -1;
   }
+  const mode_t mode = status != nullptr ? status->st_mode & 0xfff : 0;
   ExternalPath external(destination);
-  int out = open(external.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  int out = status != nullptr ? open(external.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & 0777) : -1;
+  const bool created = out >= 0;
+  if (!created) out = open(external.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (out < 0) {
     *error_out = errno;
     log_print("[fs_copy] fopen_write(%s): %s", destination, strerror(errno));
@@ -354,8 +365,7 @@ int copy_file(const char* source, const char* destination, int* error_out, const
   long long size = status != nullptr && S_ISREG(status->st_mode) ? (long long)status->st_size : -1;
   bool copied = copy_bytes(in, out, size, source, destination, error_out);
   close(in);
-  const mode_t mode = status != nullptr ? status->st_mode & 0xfff : 0;
-  bool mode_failed = copied && status != nullptr && fchmod(out, mode) != 0;
+  bool mode_failed = copied && status != nullptr && !(created && has_mode(out, mode)) && fchmod(out, mode) != 0;
   int closed = close(out);
   if (closed != 0) {
     if (*error_out == 0) *error_out = errno;
