@@ -147,6 +147,14 @@ TEST_F(LogFile, RedirectionSendsBothStreamsToTheFileWithoutShortening) {
               log_print("outside");
             }));
   EXPECT_FALSE(exists(dir + "/other.log"));
+
+  // Standard error alone, in a process that had none: the file becomes descriptor 2 and stays open.
+  redirected([&] {
+    close(2);
+    log_redirect_stderr_to_file((path + ".own").c_str(), 0);
+    log_print("kept");
+  });
+  EXPECT_EQ("kept\n", logged(".own"));
 }
 
 TEST_F(LogFile, RotatesOnlyPastTheMaximumSize) {

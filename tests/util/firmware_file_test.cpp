@@ -84,6 +84,7 @@ TEST(FirmwareHeader, LayoutIsReproducibleFromTheSeed) {
   EXPECT_EQ(-1, fw_generate_fw_file_header(second, "a", 0, 1, "format1", long_text.c_str(), 0, &params));
   std::string too_long(600, 't');
   EXPECT_EQ(-1, fw_generate_fw_file_header(second, "a", 0, 1, "format1", too_long.c_str(), 0, nullptr));
+  EXPECT_EQ(-1, fw_generate_fw_file_header(second, long_text.c_str(), 0, 1, "format1", long_text.c_str(), 0, nullptr));
 }
 
 // "format2", "512", "1" and "hwv:0" take 20 bytes: a parameter "k:VALUE" after them may end at offset 256,

@@ -147,7 +147,8 @@ TEST(MpegSection, EqualityIgnoresVersionAndCrcButNotContent) {
            {pmt, make_pmt(0x0102, 4), 1}, {pmt, make_pmt(0x0103, 3), 0}, {pmt, make_pmt(0x0102, 3, 10), 0},
            {pmt, changed(pmt, pmt.size() - 5, pmt[pmt.size() - 5] ^ 1), 0},  // the last byte before the CRC
            {kPat, changed(kPat, 3, 0x77), 1}, {kPat, changed(kPat, 0, 0x01), 0}, {kPat, changed(kPat, 9, 0), 0},
-           {{0x40, 0xB0, 0x07, 1, 2, 3, 4, 5, 6, 7}, {0x40, 0xB0, 0x07, 9, 9, 9, 9, 9, 9, 9}, 1}}) {
+           {{0x40, 0xB0, 0x07, 1, 2, 3, 4, 5, 6, 7}, {0x40, 0xB0, 0x07, 9, 9, 9, 9, 9, 9, 9}, 1},
+           {{0x40, 0xB0, 0x08, 1, 2, 3, 4, 5, 6, 7, 8}, {0x40, 0xB0, 0x08, 1, 2, 3, 9, 5, 6, 7, 8}, 0}}) {
     EXPECT_EQ(c.expected, mpeg_utils_are_sections_equal(c.a.data(), c.b.data())) << c.a.size() << " " << +c.b[0];
   }
 }
