@@ -184,12 +184,14 @@ TEST_F(TsTool, CheckCountsSectionsPerPidAndTable) {
       ts_packets(make_pmt(1, 0), 0x100)[0], ts_packets({0x00, 0x01, 0xE0}, 0x101)[0],  // elementary stream data
       gap[0], gap[2], ts_packets(make_section(0x70, Bytes(5, 1), false), 0x11, 4)[0],  // the middle packet lost
       ts_packets(kPat, 0x11, 5, 3)[0], ts_packets(broken, 0x100, 0)[0],  // a later section start, a repeated counter
-      ts_packets(make_section(0x42, Bytes(300, 2)), 0x11, 6)[0]};       // the last one cut off
+      ts_packets(make_section(0x42, Bytes(300, 2)), 0x11, 6)[0],        // the last one cut off
+      ts_packets({}, 0x12, 0, 0, 183)[0]};  // a section start, but the adaptation field fills the packet
   // 192-byte packets (with time stamps), read from standard input.
   std::string stream, path = sandbox.path("/stream.ts"), out;
   for (size_t i = 0; i < packets.size(); ++i) {
-    if (i == 4) stream += "garbage that is not a packet";  // lost sync, found again
-    stream += "\x12\x34\x56\x78" + packets[i];
+    stream += "\x12\x34\x56\x78";
+    if (i == 4) stream += '?';  // a stray byte before the sync byte: lost sync, found again right after it
+    stream += packets[i];
   }
   test::write_file(path, stream);
   EXPECT_EQ(1, test::run_tool("ts check - < " + path, &out));
@@ -198,9 +200,10 @@ TEST_F(TsTool, CheckCountsSectionsPerPidAndTable) {
             "0x0011  0x00        2       0        0\n"
             "0x0011  0x42        1       1        1\n"
             "0x0011  0x70        0       0        1\n"
+            "0x0012  -           0       1        0\n"
             "0x0100  0x02        1       1        0\n"
-            "12 packets (1 start elementary stream data), 1 resynchronisations, 28 bytes skipped\n"
-            "sections: 4 intact, 2 failed, 2 skipped\n"
+            "13 packets (1 start elementary stream data), 1 resynchronisations, 1 bytes skipped\n"
+            "sections: 4 intact, 3 failed, 2 skipped\n"
             "continuity errors: 2 (PID 0x0011: 1, PID 0x0100: 1)\n",
             out);
 
