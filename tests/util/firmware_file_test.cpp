@@ -260,14 +260,13 @@ using FirmwareTool = test::SandboxTest;
 // The key set is told by name and by a fingerprint that anyone can compute from the key file:
 // SHA-256 over the numbers' lower-case hex digits in the file's order, its first 16 digits.
 TEST(FirmwareKeys, TheBuiltInSetIsNamedAndFingerprinted) {
-  FILE* file = fopen(VONAUTIL_KEY_FILE_USED, "r");
-  ASSERT_NE(nullptr, file);
+  std::istringstream keys(test::read_file(VONAUTIL_KEY_FILE_USED));
   std::string digits;
-  char name[64], hex[1024];
-  for (char line[1100]; fgets(line, sizeof line, file);)
-    if (line[0] != '#' && sscanf(line, "%63s %1023s", name, hex) == 2)
-      for (const char* c = hex; *c; ++c) digits += (char)tolower((unsigned char)*c);
-  fclose(file);
+  for (std::string line, name, hex; std::getline(keys, line);) {
+    if (line[0] != '#' && std::istringstream(line) >> name >> hex) {
+      for (char c : hex) digits += (char)tolower((unsigned char)c);
+    }
+  }
   unsigned char sha[EVP_MAX_MD_SIZE];
   unsigned int sha_length = 0;
   ASSERT_EQ(1, EVP_Digest(digits.data(), digits.size(), sha, &sha_length, EVP_sha256(), nullptr));

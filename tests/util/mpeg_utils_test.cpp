@@ -29,12 +29,10 @@ Bytes make_section(unsigned char table_id, const Bytes& body, bool syntax = true
   return section;
 }
 
-// A program map section: program number, version, and `extra` bytes of stream entries.
-Bytes make_pmt(int program, int version, size_t extra = 9) {
-  Bytes body = {(unsigned char)(program >> 8), (unsigned char)program, (unsigned char)(0xC1 | version << 1), 0, 0,
-                0xE1, 0x00, 0xF0, 0x00};
-  for (size_t i = 0; i < extra; ++i) body.push_back((unsigned char)(0x1B + i));
-  return make_section(2, body);
+// A program map section: program number and version, one H.264 stream on PID 0x101.
+Bytes make_pmt(int program, int version) {
+  return make_section(2, {(unsigned char)(program >> 8), (unsigned char)program, (unsigned char)(0xC1 | version << 1),
+                          0, 0, 0xE1, 0x00, 0xF0, 0x00, 0x1B, 0xE1, 0x01, 0xF0, 0x00});
 }
 
 // A copy of `bytes` on the heap, so that a read past its end is caught by AddressSanitizer.
@@ -97,8 +95,7 @@ TEST(MpegSection, HeaderFieldsAndChecksInOrderWithinTheAvailableBytes) {
   const int size = (int)section.size();
   struct Case { Bytes bytes; int table_id, available, require_syntax, expected; };
   for (const Case& c : std::vector<Case>{
-           {kPat, -1, (int)kPat.size(), 1, 1}, {kPat, 0, (int)kPat.size() + 100, 1, 1},
-           {{}, -1, 2, 0, 0},  // fewer than 3 bytes: nothing is read
+           {kPat, -1, (int)kPat.size() + 100, 1, 1}, {{}, -1, 2, 0, 0},  // fewer than 3 bytes: nothing is read
            // A length that promises more than is available fails even with a right CRC.
            {Bytes(section.begin(), section.end() - 1), -1, size - 1, 0, 0}, {section, -1, size - 1, 0, 0},
            {section, -1, size, 0, 1}, {section, 0x00, size, 0, 0},  // then the table id,
@@ -144,7 +141,7 @@ TEST(MpegSection, EqualityIgnoresVersionAndCrcButNotContent) {
   const Bytes pmt = make_pmt(0x0102, 3);
   struct Case { Bytes a, b; int expected; };
   for (const Case& c : std::vector<Case>{
-           {pmt, make_pmt(0x0102, 4), 1}, {pmt, make_pmt(0x0103, 3), 0}, {pmt, make_pmt(0x0102, 3, 10), 0},
+           {pmt, make_pmt(0x0102, 4), 1}, {pmt, make_pmt(0x0103, 3), 0}, {pmt, changed(pmt, 2, pmt[2] + 1), 0},
            {pmt, changed(pmt, pmt.size() - 5, pmt[pmt.size() - 5] ^ 1), 0},  // the last byte before the CRC
            {kPat, changed(kPat, 3, 0x77), 1}, {kPat, changed(kPat, 0, 0x01), 0}, {kPat, changed(kPat, 9, 0), 0},
            {{0x40, 0xB0, 0x07, 1, 2, 3, 4, 5, 6, 7}, {0x40, 0xB0, 0x07, 9, 9, 9, 9, 9, 9, 9}, 1},
@@ -157,14 +154,13 @@ TEST(MpegPts, DifferenceAcrossTheClockWrap) {
   const long long wrap = 95443717;
   struct Case { long long a, b, expected; };
   for (const Case& c : std::vector<Case>{
-           {10, 95443700, 27}, {5000, 1000, 4000}, {1000, 5000, -4000},
+           // Near or far apart without a wrap: the plain difference, in 64 bits.
+           {1000, 5000, -4000}, {0xFFFFFFFFLL, 0, 4294967295LL}, {0, 0xFFFFFFFFLL, -4294967295LL},
            // a wrapped: the window is closed below and open above.
-           {0, wrap + 5000, -5000}, {4999, wrap, 4999}, {5000, wrap, 5000 - wrap},
+           {10, 95443700, 27}, {0, wrap + 5000, -5000}, {4999, wrap, 4999}, {5000, wrap, 5000 - wrap},
            // b wrapped: open below and closed above, the wrap taken off the low 32 bits.
            {wrap + 4999, 0, 4999}, {wrap + 5000, 0, wrap + 5000}, {wrap + 10, 10, 0}, {wrap - 1, 0, 0xFFFFFFFFLL},
-           {wrap - 5000, 0, 0x100000000LL - 5000}, {wrap - 5001, 0, wrap - 5001},
-           // Far apart: the plain difference, in 64 bits.
-           {0xFFFFFFFFLL, 0, 4294967295LL}, {0, 0xFFFFFFFFLL, -4294967295LL}}) {
+           {wrap - 5000, 0, 0x100000000LL - 5000}, {wrap - 5001, 0, wrap - 5001}}) {
     EXPECT_EQ(c.expected, mpeg_utils_get_difference_pts_ms((unsigned)c.a, (unsigned)c.b, 5000)) << c.a << " - " << c.b;
   }
 }
@@ -175,10 +171,10 @@ using TsTool = test::SandboxTest;
 // in continuity-counter order, and a lost packet fails the open section.
 TEST_F(TsTool, CheckCountsSectionsPerPidAndTable) {
   Bytes long_section = make_section(0x42, Bytes(500, 7)), sections = kPat, broken = make_pmt(1, 0);
-  sections.insert(sections.end(), long_section.begin(), long_section.end());  // 523 bytes: three packets
+  sections.insert(sections.end(), long_section.begin(), long_section.end());
   broken[8] ^= 0x10;
+  // 523 bytes: three packets, with the counters 14, 15 and 0.
   std::vector<std::string> whole = ts_packets(sections, 0x11, 14), gap = ts_packets(long_section, 0x11, 1);
-  ASSERT_EQ(3u, whole.size());  // counters 14, 15, 0
   const std::vector<std::string> packets = {
       whole[0], whole[0], whole[1], whole[2],  // the first one sent twice
       ts_packets(make_pmt(1, 0), 0x100)[0], ts_packets({0x00, 0x01, 0xE0}, 0x101)[0],  // elementary stream data
