@@ -223,9 +223,17 @@ TEST(FirmwareSignature, DevelopmentKeysSignAndChangesAreRefused) {
 // in a child process of its own (the test process itself never calls them).
 using FirmwareIdentity = test::SandboxTest;
 
-TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnce) {
+// A missing or empty identity file ends the process; otherwise the first lines and the base
+// information are read once.
+TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnceAndMissingFilesEndTheProcess) {
   std::string config = sandbox.path("/firmware/config/");
+  EXPECT_EXIT(get_product_id(), testing::ExitedWithCode(1),
+              "^Can not open '" + config + "product_id.txt' for read: No such file or directory\\.\n$");
   test::make_dirs(config);
+  test::write_file(config + "firmware_version.txt", "");
+  EXPECT_EXIT(get_firmware_version(), testing::ExitedWithCode(1),
+              "^Fatal error: can not read '" + config + "firmware_version.txt'\\.\n$");
+
   test::write_file(config + "product_id.txt", "vona_abc_1\r\nsecond line\n");
   test::write_file(config + "upgrade_product_id_prefix.txt", "vona_abc");
   test::write_file(config + "firmware_version.txt", std::string(70, '7') + "\n");
@@ -246,16 +254,6 @@ TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnce) {
   unlink((config + "base_firmware_info.txt").c_str());
   EXPECT_EXIT((fprintf(stderr, "%p %p", (void*)get_base_product_id(), (void*)get_base_firmware_version()), exit(0)),
               testing::ExitedWithCode(0), "^\\(nil\\) \\(nil\\)$");
-}
-
-TEST_F(FirmwareIdentity, MissingOrEmptyFilesEndTheProcess) {
-  std::string config = sandbox.path("/firmware/config/");
-  EXPECT_EXIT(get_product_id(), testing::ExitedWithCode(1),
-              "^Can not open '" + config + "product_id.txt' for read: No such file or directory\\.\n$");
-  test::make_dirs(config);
-  test::write_file(config + "firmware_version.txt", "");
-  EXPECT_EXIT(get_firmware_version(), testing::ExitedWithCode(1),
-              "^Fatal error: can not read '" + config + "firmware_version.txt'\\.\n$");
 }
 
 using FirmwareTool = test::SandboxTest;
