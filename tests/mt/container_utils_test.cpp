@@ -22,11 +22,9 @@ properties* parse(const std::string& text) {
 
 }  // namespace
 
-class ContainerUtils : public test::SandboxTest {};
-
-TEST_F(ContainerUtils, EverythingSavedToAFileIsRestoredEqual) {
-  string_array* sa = string_array_split("first,x = y,#not a comment,", ",");
-  string_array_add(sa, "");
+// Saved as properties text and parsed back (what a settings file does), every object comes back equal.
+TEST(ContainerUtils, EverythingSavedIsRestoredEqual) {
+  string_array* sa = test::string_array_of({"first", "x = y", "#not a comment", "", ""});
   long_long_array* lla = long_long_array_create_single(LLONG_MIN);
   long_long_array_add(lla, LLONG_MAX);
   long_long_array_add(lla, -1);
@@ -53,10 +51,7 @@ TEST_F(ContainerUtils, EverythingSavedToAFileIsRestoredEqual) {
   string_builder_save(nullptr, p, "no_path");
   string_set_save(nullptr, p, "no_set");
   string_map_save(nullptr, p, "no_map");
-  std::string path = sandbox.path("/saved.properties");
-  ASSERT_EQ(0, properties_safe_save_to_internal_file(p, path.c_str(), 0));
-  properties* loaded = properties_load_from_internal_file_with_index(path.c_str());
-  ASSERT_NE(nullptr, loaded);
+  properties* loaded = parse(saved(p));
 
   string_array* sa2 = string_array_restore(loaded, "list");
   EXPECT_EQ(1, string_array_equals(sa, sa2));
@@ -98,8 +93,9 @@ TEST(ContainerUtilsKeys, FollowEachSchemeExactly) {
   string_builder_push_abs(sb, "/a");
   string_builder_push_rel(sb, "b", 1);
   string_builder_save(sb, p, "");
-  EXPECT_EQ("is_null = 0\nsize = 1\n0 = a\nn.is_not_null = 1\nn.size = 1\nn.value.0 = 7\nnum_items = 2\n"
-            "0.segment = /a\n0.start = 0\n0.begin = 0\n0.end = 2\n1.segment = /b\n1.start = 0\n1.begin = 3\n1.end = 4\n",
+  EXPECT_EQ("is_null = 0\nsize = 1\n0 = a\nn.is_not_null = 1\nn.size = 1\nn.value.0 = 7\n"
+            "num_items = 2\n0.segment = /a\n0.start = 0\n0.begin = 0\n0.end = 2\n"
+            "1.segment = /b\n1.start = 0\n1.begin = 3\n1.end = 4\n",
             saved(p));
   string_array_free(sa);
   long_long_array_free(lla);
@@ -107,25 +103,23 @@ TEST(ContainerUtilsKeys, FollowEachSchemeExactly) {
   properties_free(p);
 }
 
-TEST(ContainerUtilsKeys, MissingOrInconsistentEntriesAreAssertions) {
+// Missing or inconsistent entries are assertions. Counts from a damaged or crafted file reach their
+// documented assertion (or, for the bounded form, null) without first allocating room for the count.
+TEST(ContainerUtilsKeys, MissingInconsistentOrHugeEntriesAreAssertionsOrNull) {
   using Restore = void (*)(const properties*);
   Restore array = [](const properties* p) { string_array_free(string_array_restore(p, nullptr)); };
   Restore set = [](const properties* p) { string_set_free(string_set_restore(p, nullptr)); };
   Restore map = [](const properties* p) { string_map_free(string_map_restore(p, nullptr)); };
   Restore builder = [](const properties* p) { string_builder_free(string_builder_restore(p, nullptr)); };
   const char* item = "is_null = 0\nnum_items = 1\n0.segment = ab\n";
-  struct Case {
-    Restore restore;
-    std::string text;
-    const char* assertion;
-  } cases[] = {
+  struct Case { Restore restore; std::string text; const char* assertion; } cases[] = {
       {array, "is_null = 0\nsize = 2\n0 = a\n", "string_array_restore: Assertion `s'"},
       {set, "is_null = 0\nsize = 1\n", "string_set_restore: Assertion `s'"},
       {map, "is_null = 0\nsize = 1\n0.value = v\n", "string_map_restore: Assertion `key'"},
       {map, "is_null = 0\nsize = 1\n0.key = k\n", "string_map_restore: Assertion `value'"},
       {builder, "is_null = 0\n", "string_builder_restore: Assertion `num_items >= 0'"},
       {builder, "is_null = 0\nnum_items = 1\n", "string_builder_restore: Assertion `str'"},
-      {builder, item + std::string("0.begin = 0\n0.end = 2\n"), "Assertion `start >= 0'"},
+      {builder, "is_null = 0\nnum_items = 2000000000\n0.segment = a\n", "Assertion `start >= 0'"},
       {builder, item + std::string("0.start = 1\n0.begin = 0\n0.end = 2\n"), "Assertion `begin >= start'"},
       {builder, item + std::string("0.start = 0\n0.begin = 0\n"), "Assertion `end >= begin'"},
       {builder, item + std::string("0.start = 0\n0.begin = 0\n0.end = 1\n"), "Assertion `end == t->buf_length'"}};
@@ -135,34 +129,20 @@ TEST(ContainerUtilsKeys, MissingOrInconsistentEntriesAreAssertions) {
     EXPECT_DEATH(c.restore(p), std::string("player/src/util/mt/") + module + ":[0-9]+: .*" + c.assertion) << c.text;
     properties_free(p);
   }
-}
-
-// Counts from a damaged or crafted file: a restore reaches its documented assertion (or, for
-// the bounded form, null) without first allocating room for the count.
-TEST(ContainerUtilsKeys, HugeCountsFromOutsideNeverAllocateForTheCount) {
-  properties* builder = parse("is_null = 0\nnum_items = 2000000000\n0.segment = a\n");
-  EXPECT_DEATH(string_builder_free(string_builder_restore(builder, nullptr)),
-               test::assertion_report("player/src/util/mt/string_builder", 0, "string_builder_restore", "start >= 0"));
-  properties* huge = parse("n.is_not_null = 1\nn.size = 100000000\nn.value.0 = 5\n");
-  EXPECT_EQ(nullptr, long_long_array_restore_bounded(huge, "n"));
-  properties_set(huge, "n.size", "-1");
-  EXPECT_EQ(nullptr, long_long_array_restore_bounded(huge, "n"));
-  properties_set(huge, "n.size", "3");  // as many as the entries could hold: restored as documented
-  long_long_array* lla = long_long_array_restore_bounded(huge, "n");
-  ASSERT_NE(nullptr, lla);
-  EXPECT_EQ(3, lla->size);
-  EXPECT_EQ(5, lla->items[0]);
-  EXPECT_EQ(-1, lla->items[2]);  // a missing value
-  properties_set(huge, "n.is_not_null", "0");
-  EXPECT_EQ(nullptr, long_long_array_restore_bounded(huge, "n"));
-  properties* unnamed = parse(".is_not_null = 1\n.size = 99\n");  // no prefix: still ".size"
-  EXPECT_EQ(nullptr, long_long_array_restore_bounded(unnamed, nullptr));
-  properties_set(unnamed, ".size", "0");  // an empty array comes back empty, not as null
-  long_long_array* empty = long_long_array_restore_bounded(unnamed, nullptr);
-  EXPECT_TRUE(empty != nullptr && empty->size == 0);
-  long_long_array_free(empty);
-  properties_free(unnamed);
-  long_long_array_free(lla);
-  properties_free(huge);
-  properties_free(builder);
+  // A bounded size may reach the number of entries (a missing value is restored as -1); without a
+  // prefix the keys still start with ".".
+  struct Bounded { const char *text, *prefix, *items; };
+  for (const Bounded& c : std::vector<Bounded>{
+           {"n.is_not_null = 1\nn.size = 100000000\nn.value.0 = 5\n", "n", "null"},
+           {"n.is_not_null = 1\nn.size = -1\n", "n", "null"}, {"n.is_not_null = 0\nn.size = 1\n", "n", "null"},
+           {"n.is_not_null = 1\nn.size = 3\nn.value.0 = 5\n", "n", "5 -1 -1 "},
+           {".is_not_null = 1\n.size = 99\n", nullptr, "null"}, {".is_not_null = 1\n.size = 0\n", nullptr, ""}}) {
+    properties* p = parse(c.text);
+    long_long_array* lla = long_long_array_restore_bounded(p, c.prefix);
+    std::string items = lla ? "" : "null";
+    for (int i = 0; lla && i < lla->size; ++i) items += std::to_string(lla->items[i]) + " ";
+    EXPECT_EQ(c.items, items) << c.text;
+    long_long_array_free(lla);
+    properties_free(p);
+  }
 }

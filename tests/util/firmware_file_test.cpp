@@ -10,10 +10,11 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-// The zero-terminated strings of a header from `offset` on, up to the first empty one.
-std::vector<std::string> header_strings(const char* header, size_t offset = 0) {
+// The zero-terminated strings of a header that start before `end`, up to the first empty one, at most `count`.
+std::vector<std::string> header_strings(const char* header, size_t count = FW_FILE_HEADER_SIZE,
+                                        size_t end = FW_FILE_HEADER_SIZE) {
   std::vector<std::string> strings;
-  while (offset < FW_FILE_HEADER_SIZE && header[offset] != '\0') {
+  for (size_t offset = 0; strings.size() < count && offset < end && header[offset] != '\0';) {
     strings.emplace_back(header + offset, strnlen(header + offset, FW_FILE_HEADER_SIZE - offset));
     offset += strings.back().size() + 1;
   }
@@ -28,23 +29,21 @@ TEST(FirmwareNames, SignaturesAndFileNames) {
   EXPECT_STREQ("vona_firmware_abc_", fw_get_file_name_prefix_for_product_id_prefix(buffer, "abc"));
   EXPECT_STREQ(".dff", fw_get_file_name_suffix());
   using Check = int (*)(const char*, const char*);
-  const Check signature = fw_is_file_signature_for_product_id, signature_prefix = fw_is_file_signature_for_product_id_prefix,
+  const Check exact = fw_is_file_signature_for_product_id, prefixed = fw_is_file_signature_for_product_id_prefix,
               name = [](const char* text, const char*) { return fw_is_firmware_file_name(text); },
               name_prefix = fw_is_firmware_file_name_for_product_id_prefix;
   // The expected signature start is cut to 127 characters, so a very long prefix is compared in part.
-  const std::string long_prefix(200, 'p'), cut_at_127 = "VONA FIRMWARE FILE [" + std::string(107, 'p') + "]",
-                    cut_at_126 = "VONA FIRMWARE FILE [" + std::string(106, 'p') + "]";
+  const std::string long_prefix(200, 'p'), cut_127 = "VONA FIRMWARE FILE [" + std::string(107, 'p') + "]",
+                    cut_126 = "VONA FIRMWARE FILE [" + std::string(106, 'p') + "]";
   struct Case { Check check; const char *text, *id; int expected; };
   for (const Case& c : std::vector<Case>{
-           {signature, "VONA FIRMWARE FILE [abc_1]", "abc_1", 1}, {signature, "VONA FIRMWARE FILE [abc_1] ", "abc_1", 0},
-           {signature, "VONA FIRMWARE FILE [abc_]", "abc_1", 0}, {signature, "vona firmware file [abc_1]", "abc_1", 0},
-           {signature_prefix, "VONA FIRMWARE FILE [abc_1]", "abc", 1}, {signature_prefix, "VONA FIRMWARE FILE [abc_]", "abc", 1},
-           {signature_prefix, "VONA FIRMWARE FILE [abc_1]", "ab", 0}, {signature_prefix, "VONA FIRMWARE FILE [abc_1", "abc", 0},
-           {signature_prefix, cut_at_127.c_str(), long_prefix.c_str(), 1},
-           {signature_prefix, cut_at_126.c_str(), long_prefix.c_str(), 0},
+           {exact, "VONA FIRMWARE FILE [abc_1]", "abc_1", 1}, {exact, "VONA FIRMWARE FILE [abc_1] ", "abc_1", 0},
+           {exact, "VONA FIRMWARE FILE [abc_]", "abc_1", 0}, {exact, "vona firmware file [abc_1]", "abc_1", 0},
+           {prefixed, "VONA FIRMWARE FILE [abc_1]", "abc", 1}, {prefixed, "VONA FIRMWARE FILE [abc_]", "abc", 1},
+           {prefixed, "VONA FIRMWARE FILE [abc_1]", "ab", 0}, {prefixed, "VONA FIRMWARE FILE [abc_1", "abc", 0},
+           {prefixed, cut_127.c_str(), long_prefix.c_str(), 1}, {prefixed, cut_126.c_str(), long_prefix.c_str(), 0},
            {name, "VONA_FIRMWARE_anything.DFF", "", 1}, {name, "vona_firmware_.dff", "", 1},
-           {name, "vona_firmware.dff", "", 0}, {name, "vona_firmware_x.df", "", 0},
-           {name, "vona_firmware_x.dff.txt", "", 0}, {name, "", "", 0},
+           {name, "vona_firmware.dff", "", 0}, {name, "vona_firmware_x.df", "", 0}, {name, "", "", 0},
            {name_prefix, "VONA_FIRMWARE_ABC_1.2.DFF", "abc", 1}, {name_prefix, "vona_firmware_abc_.dff", "abc", 1},
            {name_prefix, "vona_firmware_abc.dff", "abc", 0}, {name_prefix, "vona_firmware_abcd_1.dff", "abc", 0},
            {name_prefix, "vona_firmware_abc_1.img", "abc", 0}, {name_prefix, "vona_firmware_ab", "abc", 0}}) {
@@ -60,63 +59,53 @@ TEST(FirmwareHeader, LayoutIsReproducibleFromTheSeed) {
   std::vector<std::string> strings = header_strings(first);
   std::vector<std::string> expected = {"VONA FIRMWARE FILE [x]", "format1", "text a", "1536", "77", "hwv:3",
                                        "region:eu", "build:1234"};
-  ASSERT_GT(strings.size(), expected.size());
-  EXPECT_EQ(expected, std::vector<std::string>(strings.begin(), strings.begin() + expected.size()));
-  // Filler numbers from the seeded generator until offset 156 is reached, zeros up to 256,
-  // then the low bytes of the following draws.
+  EXPECT_EQ(expected, header_strings(first, expected.size()));
+  // Filler numbers from the seeded generator, zeros up to 256, then the low bytes of the following draws.
   srand48(77);
   size_t offset = 0;
-  for (size_t i = 0; i < strings.size(); ++i) {
-    if (i >= expected.size()) {
-      EXPECT_EQ(std::to_string(lrand48() % 100000000), strings[i]);
-    }
-    EXPECT_LT(offset, 156u);
-    offset += strings[i].size() + 1;
+  for (const std::string& string : strings) offset += string.size() + 1;
+  for (size_t i = expected.size(); i < strings.size(); ++i) {
+    EXPECT_EQ(std::to_string(lrand48() % 100000000), strings[i]);
   }
-  EXPECT_GE(offset, 156u);
   EXPECT_EQ(std::string(256 - offset, '\0'), std::string(first + offset, 256 - offset));
   for (int i = 256; i < FW_FILE_HEADER_SIZE; ++i) ASSERT_EQ((char)(lrand48() & 0xFF), first[i]) << i;
 
   // Other flash formats carry neither text; no params is fine.
   ASSERT_EQ(0, fw_generate_fw_file_header(second, "text a", 10, -5, "format2", "text b", 1, nullptr));
-  strings = header_strings(second);
-  EXPECT_EQ((std::vector<std::string>{"format2", "522", "-5", "hwv:1"}), std::vector<std::string>(strings.begin(), strings.begin() + 4));
-  EXPECT_TRUE(strings[4].find_first_not_of("0123456789") == std::string::npos);
+  EXPECT_EQ((std::vector<std::string>{"format2", "522", "-5", "hwv:1"}), header_strings(second, 4));
 
   // Long texts push the strings past 256: random bytes start right after them, and no
   // parameter fits any more.
   std::string long_text(300, 't');
   ASSERT_EQ(0, fw_generate_fw_file_header(second, "a", 0, 1, "format1", long_text.c_str(), 0, nullptr));
-  strings = header_strings(second);
-  EXPECT_EQ((std::vector<std::string>{long_text, "format1", "a", "512", "1", "hwv:0"}),
-            std::vector<std::string>(strings.begin(), strings.begin() + 6));
+  EXPECT_EQ((std::vector<std::string>{long_text, "format1", "a", "512", "1", "hwv:0"}), header_strings(second, 6));
   srand48(1);
   EXPECT_EQ((char)(lrand48() & 0xFF), second[300 + 1 + 8 + 2 + 4 + 2 + 6]);
   EXPECT_EQ(-1, fw_generate_fw_file_header(second, "a", 0, 1, "format1", long_text.c_str(), 0, &params));
-  std::string too_long(600, 't');
-  EXPECT_EQ(-1, fw_generate_fw_file_header(second, "a", 0, 1, "format1", too_long.c_str(), 0, nullptr));
+  // Text B, "format1", "", "512", "1" and "hwv:0" take 22 bytes more than text B's length: up to a
+  // length of 490 they fit, beyond it each string in turn overflows the header.
+  for (size_t length = 490; length <= 513; ++length) {
+    std::string text(length, 't');
+    EXPECT_EQ(length > 490 ? -1 : 0, fw_generate_fw_file_header(second, "", 0, 1, "format1", text.c_str(), 0, nullptr));
+  }
 }
 
+// "format2", "512", "1" and "hwv:0" take 20 bytes: a parameter "k:VALUE" after them may end at offset 256,
+// and strings that end at offset 156 get no filler (one byte less, and a filler number follows).
 TEST(FirmwareHeader, ParametersMustPairUpAndEndBeforeOffset256) {
   char header[FW_FILE_HEADER_SIZE];
-  char* odd_items[] = {(char*)"a", (char*)"1", (char*)"b"};
-  string_array odd = {3, odd_items};
-  EXPECT_EQ(-1, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &odd));
-  // "format2", "512", "1", "hwv:0" take 20 bytes; a parameter string may end at offset 256.
-  std::string value(256 - 20 - 3, 'v');
-  char* items[] = {(char*)"k", &value[0]};
-  string_array params = {2, items};
-  EXPECT_EQ(0, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &params));
-  EXPECT_EQ("k:" + value, std::string(header + 20));
-  value += 'v';
-  items[1] = &value[0];
-  EXPECT_EQ(-1, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &params));
-  // Strings that end at offset 156 get no filler; one byte less, and a filler number follows.
-  for (size_t length : {133, 132}) {
-    value.assign(length, 'v');
+  std::string value;
+  char* items[] = {(char*)"k", nullptr, (char*)"odd"};
+  struct Case { int size; size_t length; int result; size_t strings; };
+  for (const Case& c : std::vector<Case>{
+           {3, 1, -1, 0}, {2, 233, 0, 5}, {2, 234, -1, 0}, {2, 133, 0, 5}, {2, 132, 0, 6}}) {
+    value.assign(c.length, 'v');
     items[1] = &value[0];
-    ASSERT_EQ(0, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &params));
-    EXPECT_EQ(length == 133 ? 5u : 6u, header_strings(header).size()) << length;
+    string_array params = {c.size, items};
+    ASSERT_EQ(c.result, fw_generate_fw_file_header(header, "", 0, 1, "format2", "", 0, &params)) << c.length;
+    if (c.result != 0) continue;
+    EXPECT_EQ(c.strings, header_strings(header, FW_FILE_HEADER_SIZE, 256).size()) << c.length;
+    EXPECT_EQ("k:" + value, header_strings(header)[4]) << c.length;
   }
 
   char buffer[8] = "xxxxxxx";
@@ -133,25 +122,23 @@ TEST(FirmwareHeader, WalkingStringsAndFindingParameters) {
   const char* cursor = text;
   EXPECT_STREQ("second", fw_parse_next_zt_string(&cursor, end));
   EXPECT_EQ(text + 6, cursor);
-  cursor = text + sizeof "first\0second\0x:1\0hwv:3\0name:value\0named:other\0:empty\0filler" - 1;
-  EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, end));  // the next string reaches `end`
-  const char* terminator = cursor;
-  EXPECT_EQ('\0', *terminator);
-  cursor = terminator + 1;
-  EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, end));  // the current one does
-  EXPECT_EQ(end, cursor);
+  // With `end` after its terminator "cd" is whole; one byte less, and it runs to `end`.
   const char two[] = "ab\0cd";
-  cursor = two;
-  EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, two + 5));
   EXPECT_STREQ("cd", (cursor = two, fw_parse_next_zt_string(&cursor, two + 6)));
+  cursor = two;
+  EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, two + 5));  // the next string reaches `end`
+  EXPECT_EQ(two + 2, cursor);                                      // left on the current one's terminator
+  cursor = two + 3;
+  EXPECT_EQ(nullptr, fw_parse_next_zt_string(&cursor, two + 5));  // the current one does
+  EXPECT_EQ(two + 5, cursor);
 
   // From the string at `start` (never matched itself) to the first string without ':'.
+  const char* x = text + 13;
   struct Param { const char *start, *name, *value; };
-  for (const Param& c : std::vector<Param>{{text + 13, "name", "value"}, {text + 13, "named", "other"},
-                                          {text + 13, "", "empty"}, {text + 13, "hwv", "3"}, {text + 13, "x", nullptr},
-                                          {text + 13, "nam", nullptr}, {text + 13, "late", nullptr}, {text, "name", nullptr}}) {
-    const char* value = fw_get_header_param_value(c.start, end, c.name);
-    EXPECT_STREQ(c.value, value) << c.name;
+  for (const Param& c : std::vector<Param>{
+           {x, "name", "value"}, {x, "named", "other"}, {x, "", "empty"}, {x, "hwv", "3"}, {x, "x", nullptr},
+           {x, "nam", nullptr}, {x, "late", nullptr}, {text, "name", nullptr}}) {
+    EXPECT_STREQ(c.value, fw_get_header_param_value(c.start, end, c.name)) << c.name;
   }
 }
 
@@ -172,9 +159,6 @@ TEST(FirmwareBody, ChecksumAndBlockCipher) {
   EXPECT_EQ((Bytes{(unsigned char)(1 ^ 3 ^ key[2] ^ key[0]), (unsigned char)(2 ^ 4 ^ key[3] ^ key[1]),
                    (unsigned char)(3 ^ key[2]), (unsigned char)(4 ^ key[3]), (unsigned char)(5 ^ key[4])}),
             five);
-  unsigned char one = 0x5A;
-  fw_encrypt_body_block(&one, 1);
-  EXPECT_EQ(0x5A ^ key[0], one);
   std::mt19937 random(3);
   for (int length = 0; length <= 70; ++length) {
     Bytes block(length);
@@ -190,21 +174,19 @@ TEST(FirmwareBody, ChecksumAndBlockCipher) {
 #ifdef VONAUTIL_DEV_KEY_DIR
 namespace {
 
-// A DER-encoded DSA signature over `digest` made with a development private key.
+// A DER-encoded DSA signature over `digest` made with a development private key (empty on failure).
 Bytes sign_digest(const char* key_file, const Bytes& digest) {
-  Bytes signature;
   FILE* file = fopen((std::string(VONAUTIL_DEV_KEY_DIR) + "/" + key_file).c_str(), "r");
-  if (file == nullptr) return signature;
-  EVP_PKEY* key = PEM_read_PrivateKey(file, nullptr, nullptr, nullptr);
-  fclose(file);
+  EVP_PKEY* key = file ? PEM_read_PrivateKey(file, nullptr, nullptr, nullptr) : nullptr;
+  if (file) fclose(file);
   EVP_PKEY_CTX* context = key ? EVP_PKEY_CTX_new(key, nullptr) : nullptr;
-  size_t length = 0;
-  if (context && EVP_PKEY_sign_init(context) == 1 &&
-      EVP_PKEY_sign(context, nullptr, &length, digest.data(), digest.size()) == 1) {
-    signature.resize(length);
-    if (EVP_PKEY_sign(context, signature.data(), &length, digest.data(), digest.size()) == 1) signature.resize(length);
-    else signature.clear();
+  Bytes signature(key ? EVP_PKEY_get_size(key) : 0);
+  size_t length = signature.size();
+  if (!context || EVP_PKEY_sign_init(context) != 1 ||
+      EVP_PKEY_sign(context, signature.data(), &length, digest.data(), digest.size()) != 1) {
+    length = 0;
   }
+  signature.resize(length);
   EVP_PKEY_CTX_free(context);
   EVP_PKEY_free(key);
   return signature;
@@ -214,16 +196,12 @@ Bytes sign_digest(const char* key_file, const Bytes& digest) {
 
 TEST(FirmwareSignature, DevelopmentKeysSignAndChangesAreRefused) {
   // The keys have a 160-bit q, so a digest counts up to its first 20 bytes (a SHA-1 digest).
-  Bytes digest(20);
-  for (size_t i = 0; i < digest.size(); ++i) digest[i] = (unsigned char)(i * 7 + 1);
-  Bytes firmware = sign_digest("firmware_dsa_private.pem", digest);
-  Bytes das = sign_digest("das_dsa_private.pem", digest);
-  ASSERT_FALSE(firmware.empty());
-  ASSERT_FALSE(das.empty());
-  Bytes changed = digest, forged_middle = firmware, forged_end = firmware;
+  const Bytes digest(20, 0x5A);
+  Bytes firmware = sign_digest("firmware_dsa_private.pem", digest), das = sign_digest("das_dsa_private.pem", digest);
+  ASSERT_FALSE(firmware.empty() || das.empty());
+  Bytes changed = digest, forged = firmware;
   changed[19] ^= 1;
-  forged_middle[firmware.size() / 2] ^= 1;
-  forged_end.back() ^= 1;
+  forged.back() ^= 1;
   using Verify = int (*)(const unsigned char*, int, const unsigned char*, int);
   const Verify dsa = fw_verify_dsa_signature, das_dsa = fw_verify_das_dsa_signature;
   const int length = (int)digest.size(), size = (int)firmware.size();
@@ -232,9 +210,8 @@ TEST(FirmwareSignature, DevelopmentKeysSignAndChangesAreRefused) {
            {dsa, &digest, length, &firmware, size, 1}, {das_dsa, &digest, length, &das, (int)das.size(), 1},
            {das_dsa, &digest, length, &firmware, size, 0}, {dsa, &digest, length, &das, (int)das.size(), 0},
            {dsa, &changed, length, &firmware, size, 0}, {dsa, &digest, length - 1, &firmware, size, 0},
-           {dsa, &digest, length, &forged_middle, size, 0}, {dsa, &digest, length, &forged_end, size, 0},
-           {dsa, &digest, length, &firmware, size - 1, 0}, {dsa, nullptr, 0, &firmware, size, 0},
-           {dsa, &digest, length, nullptr, 0, 0}};
+           {dsa, &digest, length, &forged, size, 0}, {dsa, &digest, length, &firmware, size - 1, 0},
+           {dsa, nullptr, 0, &firmware, size, 0}, {dsa, &digest, length, nullptr, 0, 0}};
   for (const Case& c : cases) {
     EXPECT_EQ(c.expected, c.verify(c.digest ? c.digest->data() : nullptr, c.length,
                                    c.signature ? c.signature->data() : nullptr, c.size)) << "row " << &c - cases.data();
@@ -246,9 +223,17 @@ TEST(FirmwareSignature, DevelopmentKeysSignAndChangesAreRefused) {
 // in a child process of its own (the test process itself never calls them).
 using FirmwareIdentity = test::SandboxTest;
 
-TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnce) {
+// A missing or empty identity file ends the process; otherwise the first lines and the base
+// information are read once.
+TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnceAndMissingFilesEndTheProcess) {
   std::string config = sandbox.path("/firmware/config/");
+  EXPECT_EXIT(get_product_id(), testing::ExitedWithCode(1),
+              "^Can not open '" + config + "product_id.txt' for read: No such file or directory\\.\n$");
   test::make_dirs(config);
+  test::write_file(config + "firmware_version.txt", "");
+  EXPECT_EXIT(get_firmware_version(), testing::ExitedWithCode(1),
+              "^Fatal error: can not read '" + config + "firmware_version.txt'\\.\n$");
+
   test::write_file(config + "product_id.txt", "vona_abc_1\r\nsecond line\n");
   test::write_file(config + "upgrade_product_id_prefix.txt", "vona_abc");
   test::write_file(config + "firmware_version.txt", std::string(70, '7') + "\n");
@@ -271,30 +256,18 @@ TEST_F(FirmwareIdentity, FirstLinesAndBaseInfoAreReadOnce) {
               testing::ExitedWithCode(0), "^\\(nil\\) \\(nil\\)$");
 }
 
-TEST_F(FirmwareIdentity, MissingOrEmptyFilesEndTheProcess) {
-  std::string config = sandbox.path("/firmware/config/");
-  EXPECT_EXIT(get_product_id(), testing::ExitedWithCode(1),
-              "^Can not open '" + config + "product_id.txt' for read: No such file or directory\\.\n$");
-  test::make_dirs(config);
-  test::write_file(config + "firmware_version.txt", "");
-  EXPECT_EXIT(get_firmware_version(), testing::ExitedWithCode(1),
-              "^Fatal error: can not read '" + config + "firmware_version.txt'\\.\n$");
-  EXPECT_EXIT(get_upgrade_product_id_prefix(), testing::ExitedWithCode(1), "upgrade_product_id_prefix.txt' for read");
-}
-
 using FirmwareTool = test::SandboxTest;
 
 // The key set is told by name and by a fingerprint that anyone can compute from the key file:
 // SHA-256 over the numbers' lower-case hex digits in the file's order, its first 16 digits.
 TEST(FirmwareKeys, TheBuiltInSetIsNamedAndFingerprinted) {
-  FILE* file = fopen(VONAUTIL_KEY_FILE_USED, "r");
-  ASSERT_NE(nullptr, file);
+  std::istringstream keys(test::read_file(VONAUTIL_KEY_FILE_USED));
   std::string digits;
-  char name[64], hex[1024];
-  for (char line[1100]; fgets(line, sizeof line, file);)
-    if (line[0] != '#' && sscanf(line, "%63s %1023s", name, hex) == 2)
-      for (const char* c = hex; *c; ++c) digits += (char)tolower((unsigned char)*c);
-  fclose(file);
+  for (std::string line, name, hex; std::getline(keys, line);) {
+    if (line[0] != '#' && std::istringstream(line) >> name >> hex) {
+      for (char c : hex) digits += (char)tolower((unsigned char)c);
+    }
+  }
   unsigned char sha[EVP_MAX_MD_SIZE];
   unsigned int sha_length = 0;
   ASSERT_EQ(1, EVP_Digest(digits.data(), digits.size(), sha, &sha_length, EVP_sha256(), nullptr));
@@ -302,17 +275,14 @@ TEST(FirmwareKeys, TheBuiltInSetIsNamedAndFingerprinted) {
   for (int i = 0; i < 8; ++i) snprintf(fingerprint + 2 * i, 3, "%02x", sha[i]);
   EXPECT_STREQ(fingerprint, fw_get_key_fingerprint());
 #ifdef VONAUTIL_DEV_KEY_DIR
-  const std::string set = "development (NOT FOR PRODUCTS)";
-  EXPECT_STREQ("development", fw_get_key_set());
+  const std::string set = "development", shown = "development (NOT FOR PRODUCTS)";
 #else
-  const std::string set = "product";
-  EXPECT_STREQ("product", fw_get_key_set());
+  const std::string set = "product", shown = set;
 #endif
-  std::string out;
-  EXPECT_EQ(0, test::run_tool("version", &out));
-  EXPECT_EQ(std::string("vonautil ") + vonautil_version() + "\nfirmware keys: " + set + ", fingerprint " +
-                fingerprint + "\n",
-            out);
+  EXPECT_EQ(set, fw_get_key_set());
+  test::expect_tool({{"version", 0,
+                      std::string("vonautil ") + vonautil_version() + "\nfirmware keys: " + shown + ", fingerprint " +
+                          fingerprint + "\n", true}});
 }
 
 TEST_F(FirmwareTool, InspectAndName) {
@@ -322,23 +292,14 @@ TEST_F(FirmwareTool, InspectAndName) {
   ASSERT_EQ(0, fw_generate_fw_file_header(header, "text a", 3, 9, "format1", "VONA FIRMWARE FILE [x]", 2, &params));
   std::string path = sandbox.path("/vona_firmware_x_1.dff");
   test::write_file(path, std::string(header, sizeof header) + "\x01\x02\xFF");
-  std::string out;
-  EXPECT_EQ(0, test::run_tool("fw inspect " + path, &out));
-  EXPECT_EQ(0u, out.find("text B:       VONA FIRMWARE FILE [x]\n"
-                         "flash format: format1\n"
-                         "text A:       text a\n"
-                         "file size:    515\n"
-                         "seed:         9\n"
-                         "hardware:     hwv:2\n"
-                         "parameters:   1\n"
-                         "  region = eu\n"
-                         "filler:       "))
-      << out;
-  EXPECT_NE(std::string::npos, out.find("body:         3 bytes, checksum 0x00000102\n")) << out;
   std::string cut = sandbox.path("/cut.dff"), other = sandbox.path("/other.dff");
   test::write_file(cut, std::string(header, sizeof header) + "\x01");
   test::write_file(other, std::string(600, 'x'));
   test::expect_tool({
+      {"fw inspect " + path, 0,
+       "text B:       VONA FIRMWARE FILE [x]\nflash format: format1\ntext A:       text a\nfile size:    515\n"
+       "seed:         9\nhardware:     hwv:2\nparameters:   1\n  region = eu\nfiller:       11 numbers\n"
+       "body:         3 bytes, checksum 0x00000102\n", true},
       {"fw inspect " + cut, 1, "the header gives a body of 3 bytes, the file holds 1"},
       {"fw inspect " + other, 1, "is not a firmware file"},
       {"fw name VONA_FIRMWARE_x_1.DFF", 0, "'VONA_FIRMWARE_x_1.DFF' is a firmware file name\n", true},
