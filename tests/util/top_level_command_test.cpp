@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "test_support.hpp"
 
 namespace {
@@ -82,7 +80,7 @@ TEST_F(TopLevelCommand, HandlersTakeTheCommandWithTheirVerdict) {
                {{-1, 0, 0}, 0, "0a", false},   {{2, 1, 1}, 0, "0a", true},
                {{2, 1, 1}, 0, "0a0a", true}};  // a command kept is offered again
   for (const auto& c : cases) {
-    std::copy(c.verdicts, c.verdicts + 3, verdicts);
+    memcpy(verdicts, c.verdicts, sizeof verdicts);
     if (!pending()) {
       calls.clear();
       top_level_command_set(test::properties_of("cmd_name = a\n"));
