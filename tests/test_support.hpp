@@ -99,6 +99,13 @@ inline string_array* string_array_of(std::initializer_list<std::string> items) {
   return sa;
 }
 
+// A new properties container holding the entries of `text` (properties file format).
+inline properties* properties_of(const std::string& text) {
+  properties* p = properties_create_empty();
+  properties_build_from_buffer(p, text.c_str());
+  return p;
+}
+
 // The names in a directory, sorted and separated by spaces; "(unreadable)" if it cannot be read.
 inline std::string listing(const std::string& dir) {
   string_array* names = FS_scandir(dir.c_str());
@@ -231,6 +238,24 @@ inline int exit_status(pid_t pid) {
   int status = 0;
   waitpid(pid, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+}
+
+// The body of an IPC server process: answers the requests to `server_id` in serving order until
+// `count` are answered, each with its own parameters and "served", its number in that order.
+inline int serve_ipc_echo(const char* server_id, int count) {
+  simple_ipc_server* server = simple_ipc_server_create(server_id);
+  for (int served = 0; served < count; usleep(200)) {
+    for (simple_ipc_server_look_for_new_requests(server); simple_ipc_server_get_num_requests(server) > 0;) {
+      simple_ipc_request* request = simple_ipc_server_get_request(server, 0);
+      properties* response = properties_create_empty();
+      properties_set_all(response, request->parameters);
+      properties_set_int(response, "served", ++served);
+      simple_ipc_server_finish_request(server, request, response);
+      properties_free(response);
+    }
+  }
+  simple_ipc_server_free(server);
+  return 0;
 }
 
 // The log is shared by every thread only once its caller installs lock callbacks: tests that

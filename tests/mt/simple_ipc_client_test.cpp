@@ -14,23 +14,18 @@ class SimpleIpcClient : public test::SandboxTest {
   }
   void TearDown() override { simple_ipc_disconnect_and_destroy(client); }
   std::string file(const std::string& name) const { return dir + "/" + name; }
-  bool exists(const std::string& name) const { return access(file(name).c_str(), F_OK) == 0; }
 
   std::string dir = sandbox.path("/tmp/run/ipc__player");
   simple_ipc* client = nullptr;
 };
 
-int heartbeats = 0;
-void count_heartbeat() { ++heartbeats; }
-
-TEST_F(SimpleIpcClient, SendsRequestFilesAndTakesTheirAnswers) {
+TEST_F(SimpleIpcClient, SendsRequestFilesAndNamesStatuses) {
   EXPECT_CONTAINS(test::captured_stderr([] { EXPECT_EQ(nullptr, simple_ipc_create_and_connect("nobody")); }),
                   "] [simple_ipc_client] failed to connect to server 'nobody': dir not exist\n");
   EXPECT_DEATH(simple_ipc_create_and_connect(nullptr),
                test::assertion_report("player/src/util/mt/simple_ipc_client", 0, "simple_ipc_create", "server_id"));
 
-  properties* params = properties_create_empty();
-  properties_set(params, "path", "/tmp/mnt/D");
+  properties* params = test::properties_of("path = /tmp/mnt/D\n");
   char first[SIMPLE_IPC_MAX_ID_SIZE], second[SIMPLE_IPC_MAX_ID_SIZE];
   ASSERT_TRUE(simple_ipc_send_request(client, "disk_space_usage", params, first));
   ASSERT_TRUE(simple_ipc_send_request(client, "eject", nullptr, second));
@@ -39,25 +34,10 @@ TEST_F(SimpleIpcClient, SendsRequestFilesAndTakesTheirAnswers) {
   long long counter = atoll(first_id.c_str() + first_id.find('-') + 1);
   EXPECT_EQ("disk_space_usage." + pid + "-" + std::to_string(counter), first_id);
   EXPECT_EQ("eject." + pid + "-" + std::to_string(counter + 1), second);
-  EXPECT_EQ("path = /tmp/mnt/D\n", test::read_file(file(first_id + ".cmd")));
-  EXPECT_TRUE(exists(second + std::string(".cmd")));
-  EXPECT_EQ("", test::read_file(file(second + std::string(".cmd"))));
-
-  EXPECT_EQ(nullptr, simple_ipc_try_get_response(client, first));
-  test::write_file(file(first_id + ".res"), "status = ok\ntotal = 100\n");
-  properties* response = simple_ipc_try_get_response(client, first);
-  ASSERT_NE(nullptr, response);
-  EXPECT_NE(nullptr, response->index);
-  EXPECT_STREQ("100", properties_get(response, "total"));
-  EXPECT_EQ(nullptr, simple_ipc_try_get_response(client, first));  // the answer file is gone
-  properties_free(response);
-
-  std::string long_name(300, 'n');  // the id is cut to its buffer; the file name is too long
-  EXPECT_FALSE(simple_ipc_send_request(client, long_name.c_str(), nullptr, first));
-  EXPECT_EQ(255u, strlen(first));
-  FS_remove_recursively_if_exists(dir.c_str());
-  EXPECT_FALSE(simple_ipc_send_request(client, "eject", params, second));
   properties_free(params);
+  // The exchanges below get the parameters back from the server's echo; a request without them is an empty file.
+  EXPECT_EQ(first_id + ".cmd " + second + ".cmd", test::listing(dir));
+  EXPECT_EQ("", test::read_file(file(second + std::string(".cmd"))));
 
   const char* names[] = {"ok", "pending", "error", "busy", "timed_out", "OK", "ok ", "", nullptr};
   for (int status = 0; status < 9; ++status) {  // names are exact and case-sensitive
@@ -75,37 +55,25 @@ TEST_F(SimpleIpcClient, RemovingOldResponsesTakesEveryClientsAnswers) {
   // A client that sends the way the daemon clients do removes all answers first: the other
   // client's answer goes with them, and its wait could only end by time-out.
   ASSERT_TRUE(vona::simple_ipc_send_fresh_request(client, "[storage_ipc]", "reset_names", nullptr, my_id));
-  EXPECT_EQ(nullptr, simple_ipc_try_get_response(other, id));
-  EXPECT_FALSE(exists("a.1-1.res") || exists(".res"));
-  EXPECT_TRUE(exists("res") && exists("b.1-2.res.tmp") && exists("c.2-1.cmd") && exists(std::string(my_id) + ".cmd"));
+  EXPECT_EQ("b.1-2.res.tmp c.2-1.cmd " SIMPLE_IPC_TURN_FILE " " + std::string(id) + ".cmd res " + my_id + ".cmd",
+            test::listing(dir));
   simple_ipc_disconnect_and_destroy(other);
-  FS_remove_recursively_if_exists(dir.c_str());
-  EXPECT_CONTAINS(test::captured_stderr([&] { simple_ipc_remove_all_responses(client); }),
-                  "[simple_ipc_client] scandir(" + dir + ") failed: No such file or directory\n");
 }
 
 // The daemon clients take turns, so that the removal of old answers at the start of an
 // exchange never takes the answer another exchange is about to read: every one of them ends "ok".
 TEST_F(SimpleIpcClient, DaemonClientsTakeTurnsSoThatNoAnswerIsLost) {
-  pid_t server = test::spawn([] {  // answers every request at once
-    simple_ipc_server* server = simple_ipc_server_create("player");
-    properties* ok = simple_ipc_server_create_ok_response();
-    for (;; usleep(1000)) {
-      simple_ipc_server_look_for_new_requests(server);
-      while (simple_ipc_server_get_num_requests(server) > 0)
-        simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), ok);
-    }
-    return 0;
-  }, 60);
+  pid_t server = test::spawn([] { return test::serve_ipc_echo("player", 20); }, 60);
+  properties* ok = test::properties_of("status = ok\n");
   std::atomic<int> answered{0};
   test::LogLock lock;
   test::captured_stderr([&] {
     std::vector<std::thread> clients;
     for (int i = 0; i < 4; ++i) {
-      clients.emplace_back([&answered] {
+      clients.emplace_back([&] {
         simple_ipc* own = simple_ipc_create_and_connect("player");
         for (int request = 0; request < 5; ++request) {
-          answered += vona::simple_ipc_exchange(own, "[storage_ipc]", "eject", nullptr, nullptr, {5000000, 50000}) ==
+          answered += vona::simple_ipc_exchange(own, "[storage_ipc]", "eject", ok, nullptr, {5000000, 50000}) ==
                       SIMPLE_IPC_STATUS_OK;
         }
         simple_ipc_disconnect_and_destroy(own);
@@ -113,68 +81,57 @@ TEST_F(SimpleIpcClient, DaemonClientsTakeTurnsSoThatNoAnswerIsLost) {
     }
     for (std::thread& t : clients) t.join();
   });
-  kill(server, SIGKILL);
-  test::exit_status(server);
+  properties_free(ok);
   EXPECT_EQ(20, answered.load());
-  EXPECT_TRUE(exists(SIMPLE_IPC_TURN_FILE));
+  EXPECT_EQ(0, test::exit_status(server));
 }
 
+int heartbeats = 0;
+
 TEST_F(SimpleIpcClient, ExchangeWaitsForTheAnswerOfAServerProcessAndJudgesItsStatus) {
-  set_progress_heartbeat_func(count_heartbeat);
   struct {
-    const char* answer;
+    const char* answer;  // the request's parameters, which the server answers with
     simple_ipc_status status;
     const char* verdict;
   } cases[] = {{"status = ok\nid = 7\n", SIMPLE_IPC_STATUS_OK, "succeeded"},
                {"status = busy\n", SIMPLE_IPC_STATUS_BUSY, "failed"},
-               {"status = Ok\n", SIMPLE_IPC_STATUS_ERROR, "failed"},
                {"errdesc = no status\n", SIMPLE_IPC_STATUS_ERROR, "failed"}};
+  pid_t server = test::spawn([] { return test::serve_ipc_echo("player", 3); }, 30);
+  int served = 0;
   for (const auto& c : cases) {
     test::write_file(file("stale.9-9.res"), "status = ok\n");
-    pid_t server = test::spawn([&c] {  // answers the first request it gets
-      simple_ipc_server* server = simple_ipc_server_create("player");
-      while (simple_ipc_server_look_for_new_requests(server), simple_ipc_server_get_num_requests(server) == 0)
-        usleep(1000);
-      properties* response = properties_create_empty();
-      properties_build_from_buffer(response, c.answer);
-      simple_ipc_server_finish_request(server, simple_ipc_server_get_request(server, 0), response);
-      return 0;
-    }, 10);
+    properties* parameters = test::properties_of(c.answer);
     properties* response = nullptr;
     std::string log = test::captured_stderr([&] {
-      EXPECT_EQ(c.status, vona::simple_ipc_exchange(client, "[network_ipc]", "mount", nullptr, &response));
+      EXPECT_EQ(c.status, vona::simple_ipc_exchange(client, "[network_ipc]", "mount", parameters, &response));
     });
-    EXPECT_EQ(0, test::exit_status(server));
-    EXPECT_EQ(c.answer, test::take_string(properties_save_to_buffer(response)));
+    properties_free(parameters);
+    EXPECT_EQ(c.answer + ("served = " + std::to_string(++served) + "\n"),
+              test::take_string(properties_save_to_buffer(response)));
     properties_free(response);
     EXPECT_CONTAINS(log, "] [network_ipc] request 'mount." + std::to_string(getpid()));
     EXPECT_CONTAINS(log, "' is sent; waiting response\n");
     EXPECT_CONTAINS(log, std::string("' finished (") + c.verdict + ")\n");
-    EXPECT_FALSE(exists("stale.9-9.res"));
   }
+  EXPECT_EQ(0, test::exit_status(server));
+  EXPECT_EQ(SIMPLE_IPC_TURN_FILE, test::listing(dir));  // the old answer and every answer read are gone
 
-  // Without a server the deadline ends the wait, with a heartbeat on every poll.
-  heartbeats = 0;
-  properties not_set{};
-  properties* response = &not_set;
-  vona::SimpleIpcWait short_wait{300000, 10000};
-  EXPECT_CONTAINS(test::captured_stderr([&] {
-                    EXPECT_EQ(SIMPLE_IPC_STATUS_TIMED_OUT,
-                              vona::simple_ipc_exchange(client, "[storage_ipc]", "eject", nullptr, &response, short_wait));
-                  }),
-                  "' timed out\n");
-  EXPECT_EQ(nullptr, response);
-  EXPECT_GE(heartbeats, 1);
-  EXPECT_LE(heartbeats, 31);
-  set_progress_heartbeat_func(nullptr);
-
+  // Without a server the deadline ends the wait, with a heartbeat on every poll; without a client
+  // or a directory nothing is sent.
+  set_progress_heartbeat_func([] { ++heartbeats; });
   std::string log = test::captured_stderr([&] {
-    EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, vona::simple_ipc_exchange(nullptr, "[storage_ipc]", "eject", nullptr, &response));
+    EXPECT_EQ(SIMPLE_IPC_STATUS_TIMED_OUT,
+              vona::simple_ipc_exchange(client, "[storage_ipc]", "eject", nullptr, nullptr, {300000, 10000}));
+    EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, vona::simple_ipc_exchange(nullptr, "[storage_ipc]", "eject", nullptr, nullptr));
     FS_remove_recursively_if_exists(dir.c_str());
     EXPECT_EQ(SIMPLE_IPC_STATUS_ERROR, vona::simple_ipc_exchange(client, "[storage_ipc]", "eject", nullptr, nullptr));
   });
-  EXPECT_CONTAINS(log, "] [storage_ipc] command 'eject' failed: ipc not opened\n");
-  EXPECT_CONTAINS(log, "] [storage_ipc] failed to send request 'eject'\n");
+  set_progress_heartbeat_func(nullptr);
+  EXPECT_TRUE(heartbeats >= 1 && heartbeats <= 31) << heartbeats;
+  EXPECT_CONTAINS(test::log_messages(log), "' timed out\n"
+                  "[storage_ipc] command 'eject' failed: ipc not opened\n"
+                  "[simple_ipc_client] scandir(" + dir + ") failed: No such file or directory\n"
+                  "[storage_ipc] failed to send request 'eject'\n");
 }
 
 TEST_F(SimpleIpcClient, ToolServesAndSendsWithTheStatusAsExitStatus) {
