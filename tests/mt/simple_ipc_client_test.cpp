@@ -38,6 +38,9 @@ TEST_F(SimpleIpcClient, SendsRequestFilesAndNamesStatuses) {
   // The exchanges below get the parameters back from the server's echo; a request without them is an empty file.
   EXPECT_EQ(first_id + ".cmd " + second + ".cmd", test::listing(dir));
   EXPECT_EQ("", test::read_file(file(second + std::string(".cmd"))));
+  std::string long_name(300, 'n');  // the id is cut to its buffer; the file name is too long
+  EXPECT_FALSE(simple_ipc_send_request(client, long_name.c_str(), nullptr, first));
+  EXPECT_EQ(255u, strlen(first));
 
   const char* names[] = {"ok", "pending", "error", "busy", "timed_out", "OK", "ok ", "", nullptr};
   for (int status = 0; status < 9; ++status) {  // names are exact and case-sensitive

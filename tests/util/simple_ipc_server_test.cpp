@@ -29,11 +29,15 @@ TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
   simple_ipc_server* server = simple_ipc_server_create("storage_manager");
   EXPECT_NE(0, simple_ipc_server_get_mtime(server));
   drop("disk_space_usage.42-7.cmd", 1000, "path = /tmp/mnt/D\nx=1\n");
+  std::string long_name(130, 'n');  // the name is cut to its buffer, the id kept whole
+  drop(long_name + ".5-8.cmd", 1000);
   for (const char* name : {"x.cmd", "bad.12.cmd", "a.b", "foo.res", "cmd", "q.1-1.cmd.tmp"}) drop(name, 1000);
   mkdir(file("dir.1-2.cmd").c_str(), 0755);
   std::string log = test::captured_stderr([&] { simple_ipc_server_look_for_new_requests(server); });
 
-  ASSERT_EQ(1, simple_ipc_server_get_num_requests(server));
+  ASSERT_EQ(2, simple_ipc_server_get_num_requests(server));
+  simple_ipc_request* cut = simple_ipc_server_get_request(server, 1);
+  EXPECT_EQ(long_name.substr(0, 127) + " " + long_name + ".5-8", std::string(cut->name) + " " + cut->id);
   simple_ipc_request* request = simple_ipc_server_get_request(server, 0);
   EXPECT_EQ("disk_space_usage.42-7 disk_space_usage 42 7 1000 /tmp/mnt/D",
             std::string(request->id) + " " + request->name + " " + std::to_string(request->client_process_id) + " " +
@@ -45,10 +49,10 @@ TEST_F(SimpleIpcServer, ScanTakesWellFormedRequestsAndLeavesTheRest) {
                                   "Error: read_file(" + file("dir.1-2.cmd") + ") failed: "}) {
     EXPECT_CONTAINS(log, "] [simple_ipc_server] " + line);
   }
-  EXPECT_EQ(4, std::count(log.begin(), log.end(), '\n')) << log;  // nothing about the other files
+  EXPECT_EQ(5, std::count(log.begin(), log.end(), '\n')) << log;  // nothing about the other files
   EXPECT_EQ("a.b bad.12.cmd cmd dir.1-2.cmd foo.res q.1-1.cmd.tmp x.cmd", test::listing(dir));
   std::string module = "player/src/util/simple_ipc_server";
-  EXPECT_DEATH(simple_ipc_server_get_request(server, 1),
+  EXPECT_DEATH(simple_ipc_server_get_request(server, 2),
                test::assertion_report(module, 0, "simple_ipc_server_get_request", "ndx < ipc->requests->num_items"));
   simple_ipc_server_free(server);
   simple_ipc_server_free(nullptr);
