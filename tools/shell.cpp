@@ -22,6 +22,7 @@ int run_command(const std::vector<std::string>& args) {
     ensure_run_dir();
     return top_level_command_set(props) ? kOk : failure(name, "the command could not be published");
   }
+  if (args[0] != "show" && args[0] != "clear") return usage_error(name, "unknown sub-command '" + args[0] + "'");
   if (args.size() != 1) return usage_error(name, args[0] + " takes no arguments");
   if (args[0] == "show") {
     if (!top_level_command_is_set()) return failure(name, "no top-level command is pending");
@@ -33,8 +34,7 @@ int run_command(const std::vector<std::string>& args) {
     properties_free(props);
     return kOk;
   }
-  if (args[0] == "clear") return top_level_command_cleanup() == 0 ? kOk : failure(name, "the command file stays");
-  return usage_error(name, "unknown sub-command '" + args[0] + "'");
+  return top_level_command_cleanup() == 0 ? kOk : failure(name, "the command file stays");
 }
 
 TOOL_COMMAND("command", "publish, show or clear the shell's top-level command",

@@ -75,4 +75,13 @@ TEST_F(AppSwitcher, LoadingStopsAtAnEmptyLineWithoutAName) {
   EXPECT_EQ("", listed());
 }
 
+TEST_F(AppSwitcher, ToolAddsListsAndClears) {
+  test::expect_tool({{"switcher add player -f /x", 0, "", true},
+                     {"switcher add menu", 0, "[app_switcher] 1 commands loaded\n", true},
+                     {"switcher list", 0, "[app_switcher] 2 commands loaded\nplayer\n    -f\n    /x\nmenu\n", true},
+                     {"switcher clear", 0, "", true},
+                     {"switcher list", 0, "[app_switcher] 0 commands loaded\n", true},
+                     {"switcher add", 2, "expected list, add NAME [ARG...] or clear"}});
+}
+
 }  // namespace

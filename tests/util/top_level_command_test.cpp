@@ -96,4 +96,15 @@ TEST_F(TopLevelCommand, HandlersTakeTheCommandWithTheirVerdict) {
                                       "num_top_level_command_handlers < MAX_NUM_TOP_LEVEL_COMMAND_HANDLERS"));
 }
 
+TEST_F(TopLevelCommand, ToolPublishesShowsAndClears) {
+  test::expect_tool({{"command show", 1, "vonautil command: no top-level command is pending\n", true},
+                     {"command set action=eject path=/tmp/mnt/D", 0, "[top_level_command] SET command\n"},
+                     {"command show", 0, "action = eject\npath = /tmp/mnt/D\n", true},
+                     {"command set path", 2, "vonautil command: 'path' is not KEY=VALUE\n"},
+                     {"command clear", 0, "[top_level_command] CLEANUP command\n"},
+                     {"command show", 1, "no top-level command is pending"},
+                     {"command shows x", 2, "unknown sub-command 'shows'"},
+                     {"command clear x", 2, "clear takes no arguments"}});
+}
+
 }  // namespace
