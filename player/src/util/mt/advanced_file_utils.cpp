@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -308,13 +309,56 @@ bool copy_bytes(int in, int out, long long size, const char* source, const char*
   return copy_through_buffer(in, out, source, destination, error_out);
 }
 
+// The directory that a tree copy last opened a file in, kept open while the walk stays in it,
+// so that the next file there is opened relative to it: the kernel then looks up its name
+// only, not every directory of its path again.
+class ParentDirectory {
+ public:
+  ParentDirectory() = default;
+  ParentDirectory(const ParentDirectory&) = delete;
+  ParentDirectory& operator=(const ParentDirectory&) = delete;
+  ~ParentDirectory() { forget(); }
+
+  // open(path, flags, mode), through the directory of `path` when it can be opened.
+  int open(const char* path, int flags, mode_t mode) {
+    const char* slash = strrchr(path, '/');
+    if (slash == nullptr || slash == path) return ::open(path, flags, mode);
+    size_t length = (size_t)(slash - path);
+    if (path_.size() != length || path_.compare(0, length, path, length) != 0) {
+      forget();
+      path_.assign(path, length);
+      fd_ = ::open(path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }
+    return fd_ >= 0 ? openat(fd_, slash + 1, flags, mode) : ::open(path, flags, mode);
+  }
+
+ private:
+  void forget() {
+    if (fd_ >= 0) close(fd_);
+    fd_ = -1;
+  }
+
+  std::string path_;
+  int fd_ = -1;
+};
+
+// The directories of the last source and destination files of a tree copy.
+struct CopyDirectories {
+  ParentDirectory source, destination;
+};
+
+// open(path, flags, mode) through `directory` when there is one.
+int open_in(ParentDirectory* directory, const char* path, int flags, mode_t mode) {
+  return directory != nullptr ? directory->open(path, flags, mode) : open(path, flags, mode);
+}
+
 // Opens the source for reading. A file that the walk saw as a regular file is opened plainly;
 // anything else is opened without waiting for a writer (so that a FIFO with none gives an
 // empty copy, not a hang) and then switched back to blocking reads.
-int open_source(const char* source, bool regular) {
+int open_source(const char* source, bool regular, ParentDirectory* directory) {
   ExternalPath external(source);
-  if (regular) return open(external.c_str(), O_RDONLY | O_CLOEXEC);
-  int fd = open(external.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (regular) return open_in(directory, external.c_str(), O_RDONLY | O_CLOEXEC, 0);
+  int fd = open_in(directory, external.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0);
   if (fd < 0) return -1;
   int flags = fcntl(fd, F_GETFL);
   if (flags == -1 || fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) == -1) {
@@ -343,9 +387,12 @@ bool has_mode(int fd, mode_t mode) {
 // the size the walk saw. A copy that did not exist yet is created with those bits already:
 // its owner's change to the bits it has could not fail, so it is left out when the umask (or
 // a default ACL) took none of them away.
-int copy_file(const char* source, const char* destination, int* error_out, const struct stat* status) {
+int copy_file(const char* source, const char* destination, int* error_out, const struct stat* status,
+              CopyDirectories* directories = nullptr) {
   *error_out = 0;
-  int in = open_source(source, status != nullptr && S_ISREG(status->st_mode));
+  ParentDirectory* source_directory = directories != nullptr ? &directories->source : nullptr;
+  ParentDirectory* destination_directory = directories != nullptr ? &directories->destination : nullptr;
+  int in = open_source(source, status != nullptr && S_ISREG(status->st_mode), source_directory);
   if (in < 0) {
     *error_out = errno;
     log_print("[fs_copy] fopen_read(%s): %s", source, strerror(errno));
@@ -353,9 +400,14 @@ int copy_file(const char* source, const char* destination, int* error_out, const
   }
   const mode_t mode = status != nullptr ? status->st_mode & 0xfff : 0;
   ExternalPath external(destination);
-  int out = status != nullptr ? open(external.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & 0777) : -1;
+  int out = -1;
+  if (status != nullptr) {
+    out = open_in(destination_directory, external.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & 0777);
+  }
   const bool created = out >= 0;
-  if (!created) out = open(external.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (!created) {
+    out = open_in(destination_directory, external.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  }
   if (out < 0) {
     *error_out = errno;
     log_print("[fs_copy] fopen_write(%s): %s", destination, strerror(errno));
@@ -398,6 +450,7 @@ struct CopyContext {
   int source_length;       // the source root, without trailing slashes
   int destination_length;  // the destination root in `destination`
   char destination[kCopyPathSize];
+  CopyDirectories directories;
 };
 
 // Appends the expansion of one printf conversion `sequence` (from "%" to the conversion character)
@@ -499,7 +552,7 @@ int copy_entry(const char* path, const struct stat* status, void* context) {
   }
   log_print("[cp_r] copy '%s' -> '%s'", path, destination);
   int error;
-  return copy_file(path, destination, &error, status) == 0 ? FS_VISIT_CONTINUE : FS_VISIT_CANCEL;
+  return copy_file(path, destination, &error, status, &copy->directories) == 0 ? FS_VISIT_CONTINUE : FS_VISIT_CANCEL;
 }
 
 // The walk of both copies; `verbatim` chooses how a source name becomes a destination name.
