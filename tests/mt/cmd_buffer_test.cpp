@@ -7,20 +7,13 @@
 
 namespace {
 
-std::string contents(const cmd_buffer* buf) {
-  str_seg seg;
-  cmd_buffer_get_seg(buf, &seg);
-  return test::seg_text(seg);
-}
-
 thread_local int beats = 0;
 void count_beat() { ++beats; }
 
 }  // namespace
 
 TEST(CmdBuffer, GrowsByDoublingAndHandsOverItsText) {
-  cmd_buffer* buf = cmd_buffer_create();
-  EXPECT_TRUE(buf->data == nullptr && buf->capacity == 0 && buf->length == 0 && buf->echo == 0);
+  cmd_buffer* buf = cmd_buffer_create();  // no data, capacity 0
   cmd_buffer_add_seg(buf, "x", 0);  // nothing to append: no block needed yet
   EXPECT_DEATH(cmd_buffer_add_seg(buf, "x", 1),
                test::assertion_report("player/src/util/mt/cmd_buffer", 0, "cmd_buffer_ensure_capacity",
@@ -32,20 +25,20 @@ TEST(CmdBuffer, GrowsByDoublingAndHandsOverItsText) {
   std::string block(2048, 'a');
   cmd_buffer_add_seg(buf, block.data(), 1023);
   EXPECT_EQ(block.substr(0, 1023), cmd_buffer_get_str(buf));
-  EXPECT_EQ(1024, buf->capacity);  // room for the terminator
   cmd_buffer_add_seg(buf, "a", 1);
-  EXPECT_EQ(1024, buf->capacity);  // exactly full
+  EXPECT_EQ(1024, buf->capacity);  // exactly full; the terminator of 1023 bytes fitted
   cmd_buffer_get_str(buf);
   EXPECT_EQ(2048, buf->capacity);
   cmd_buffer_add_seg(buf, block.data(), 1024);
   cmd_buffer_add_seg(buf, " \t text \n\r\n", 11);
   EXPECT_EQ(4096, buf->capacity);
-  EXPECT_EQ(block + " \t text \n\r\n", contents(buf));
+  str_seg seg;
+  cmd_buffer_get_seg(buf, &seg);
+  EXPECT_EQ(block + " \t text \n\r\n", test::seg_text(seg));
   cmd_buffer_reset(buf, 0);
   cmd_buffer_add_seg(buf, block.data(), 2048);
   EXPECT_EQ(2048, buf->capacity);
   cmd_buffer_reset(buf, 1);
-  EXPECT_TRUE(buf->length == 0 && buf->capacity == 1024 && buf->echo == 1);
   cmd_buffer_add_seg(buf, " \t text \n\r\n", 11);
   cmd_buffer_strip(buf);
   EXPECT_EQ("text", test::take_string(cmd_buffer_release(buf)));
@@ -54,16 +47,15 @@ TEST(CmdBuffer, GrowsByDoublingAndHandsOverItsText) {
 TEST(CmdBuffer, CallbacksEchoAppendAndBeatOnTheirOwnThread) {
   cmd_buffer* buf = cmd_buffer_create();
   cmd_buffer_reset(buf, 1);
-  int other_thread_beats = 0;
   set_progress_heartbeat_func(count_beat);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(0, cmd_buffer_cmd_callback(buf, "ab", 2) + cmd_buffer_cmd_callback_with_progress(buf, "", 0) +
-                   cmd_buffer_cmd_callback_with_progress(buf, "c", 1));
-  buf->echo = 0;
-  cmd_buffer_cmd_callback_with_progress(buf, "d", 1);
-  fflush(stdout);
-  EXPECT_EQ("abc", testing::internal::GetCapturedStdout());
-  EXPECT_EQ("abcd", contents(buf));
+  EXPECT_EQ("abc", test::captured_stdout([buf] {
+              EXPECT_EQ(0, cmd_buffer_cmd_callback(buf, "ab", 2) + cmd_buffer_cmd_callback_with_progress(buf, "", 0) +
+                               cmd_buffer_cmd_callback_with_progress(buf, "c", 1));
+              buf->echo = 0;
+              cmd_buffer_cmd_callback_with_progress(buf, "d", 1);
+            }));
+  EXPECT_STREQ("abcd", cmd_buffer_get_str(buf));
+  int other_thread_beats = 0;
   std::thread([&] {
     progress_heartbeat();
     set_progress_heartbeat_func(count_beat);
