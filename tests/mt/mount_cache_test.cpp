@@ -89,8 +89,7 @@ TEST_F(MountCache, MainStorageTheCutOfTextsTheDirtyFlagAndTheTool) {
   test::write_file(sandbox.path("/proc/mounts"), "/dev/sdb1 /tmp/mnt/storage/SD\\040Card nfs rw 0 0\n");
   EXPECT_EQ("tntfs", type_of("/tmp/mnt/storage/usb1/a"));
   mount_cache_set_dirty();
-  char target[16];
-  EXPECT_EQ(0, mount_cache_get_main_mount_target(target, sizeof target));
+  EXPECT_EQ("nfs", type_of("/tmp/mnt/storage/SD Card/a"));
   test::write_file(sandbox.path("/proc/mounts"), "/dev/sdb1 /tmp/mnt/storage/usb1 cifs rw 0 0\n");
   EXPECT_EQ("nfs", type_of("/tmp/mnt/storage/SD Card/a"));
 
