@@ -25,13 +25,14 @@ std::string load(const test::Sandbox& sandbox, const char* xml, storage_info_lis
 
 }  // namespace
 
-TEST(StorageInfo, ListsStoragesOfTheFirstStoragesElementWithTheirSkippingRules) {
+TEST(StorageInfo, ListsStoragesOfTheFirstStoragesElementAndLogsEachFailureOnce) {
   test::Sandbox sandbox;
+  EXPECT_EQ("0\n", load(sandbox, nullptr));  // a missing file is silent
   storage_info_list* list = storage_info_list_create();
   storage_info_list_add(list, storage_info_create("x", "USB", nullptr, nullptr));
-  // A persistfs-capable storage (any non-zero value) and one without id or name are not
-  // listed; blank texts count as absent, other texts are kept as they stand.
-  EXPECT_EQ("1\nx|USB|-|-\nsda1|Disk & more|4A2F-11C0|/tmp/mnt/storage/sda1\nsdb1|USB|-|-\nsdf1|USB|-| /m \n",
+  // A persistfs-capable storage and one without id or name are not listed; blank texts count
+  // as absent.
+  EXPECT_EQ("1\nx|USB|-|-\nsda1|Disk & more|4A2F-11C0|/tmp/mnt/storage/sda1\nsdb1|USB|-|-\n",
             load(sandbox, R"(<?xml version="1.0" encoding="UTF-8"?>
 <storage_list>
   <storages>
@@ -41,8 +42,6 @@ TEST(StorageInfo, ListsStoragesOfTheFirstStoragesElementWithTheirSkippingRules) 
     <storage><id>sdb1</id><name>USB</name><uuid>   </uuid><mount_path></mount_path></storage>
     <disk><id>sdc</id><name>whole disk</name></disk>
     <storage><name>no id</name></storage><storage><id>sdd1</id><uuid>no-name</uuid></storage>
-    <storage><id>sde1</id><name>x</name><is_persistfs_capable>-1</is_persistfs_capable></storage>
-    <storage><id>sdf1</id><name>USB</name><mount_path> /m </mount_path></storage>
   </storages>
   <storages><storage><id>later</id><name>second list</name></storage></storages>
 </storage_list>)", list));
@@ -54,12 +53,10 @@ TEST(StorageInfo, ListsStoragesOfTheFirstStoragesElementWithTheirSkippingRules) 
   storage_info_free(nullptr);
   test::expect_tool({{"storage list", 0,
                       "Disk & more  id=sda1 uuid=4A2F-11C0 mount_path=/tmp/mnt/storage/sda1\n"
-                      "USB  id=sdb1 uuid=- mount_path=-\nUSB  id=sdf1 uuid=- mount_path= /m \n", true},
+                      "USB  id=sdb1 uuid=- mount_path=-\n", true},
                      {"storage list extra", 2, ""}});
-}
 
-TEST(StorageInfo, FailuresAreLoggedOnceAndAMissingFileIsSilent) {
-  test::Sandbox sandbox;
+  // Failures are logged once.
   const std::string head = "<storage_list><storages><storage><id>a</id><name>b</name></storage></storages><!--";
   std::string longest = head + std::string(STORAGE_LIST_MAX_FILE_SIZE - head.size() - 18, 'x') + "--></storage_list>";
   const std::string error = "0\n[storage_info] Error: ", parse_error = "0\n[storage_info] Parse error: id=8, row=";
@@ -71,7 +68,6 @@ TEST(StorageInfo, FailuresAreLoggedOnceAndAMissingFileIsSilent) {
       {"<?xml version=\"1.0\"?>\n<!-- x -->\n", error + "failed to get root XML element\n"},
       {"<storages><storage><id>a</id><name>b</name></storage></storages>", error + "invalid root element\n"},
   };
-  EXPECT_EQ("0\n", load(sandbox, nullptr));
   for (const auto& row : rows) EXPECT_EQ(row.second, load(sandbox, row.first.c_str())) << row.first.substr(0, 80);
   // A file that cannot be read.
   std::string path = sandbox.path("/tmp/run/storage_list.xml");
@@ -82,11 +78,10 @@ TEST(StorageInfo, FailuresAreLoggedOnceAndAMissingFileIsSilent) {
 }
 
 TEST(StorageInfoDeathTest, MissingTextsAreProgrammingErrors) {
-  const std::string module = "player/src/util/mt/storage_info";
-  EXPECT_DEATH(storage_info_create(nullptr, "n", "u", "m"),
-               test::assertion_report(module, 0, "storage_info_create", "id"));
-  EXPECT_DEATH(storage_info_create("i", nullptr, "u", "m"),
-               test::assertion_report(module, 0, "storage_info_create", "name"));
-  EXPECT_DEATH(storage_info_list_find_by_name(nullptr, nullptr),
-               test::assertion_report(module, 0, "storage_info_list_find_by_name", "name"));
+  auto report = [](const char* function, const char* expression) {
+    return test::assertion_report("player/src/util/mt/storage_info", 0, function, expression);
+  };
+  EXPECT_DEATH(storage_info_create(nullptr, "n", "u", "m"), report("storage_info_create", "id"));
+  EXPECT_DEATH(storage_info_create("i", nullptr, "u", "m"), report("storage_info_create", "name"));
+  EXPECT_DEATH(storage_info_list_find_by_name(nullptr, nullptr), report("storage_info_list_find_by_name", "name"));
 }
