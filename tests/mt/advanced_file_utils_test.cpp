@@ -213,7 +213,9 @@ TEST_F(AdvancedFileUtilsTest, CopyReproducesTheTree) {
   unlink((source + "/fifo").c_str());
   auto wanted = snapshot(source);
   // The names below the root are format text, expanded as for zero or empty arguments.
-  for (auto [name, copied] : {std::pair<std::string, std::string>{"100%% x%d", "100% x0"}, {"%-4d|%.3d", "0   |000"}}) {
+  // A conversion with more flags than its 64-byte format holds keeps what fits.
+  for (auto [name, copied] : {std::pair<std::string, std::string>{"100%% x%d", "100% x0"}, {"%-4d|%.3d", "0   |000"},
+                              {"%" + std::string(70, '0') + "d", "0"}}) {
     test::write_file(source + "/" + name, "percent");
     wanted["/" + copied] = "file 0644 percent";
   }

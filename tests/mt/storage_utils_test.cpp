@@ -167,7 +167,7 @@ TEST_F(Disk, MsdosTablesThroughFdiskAndTheMsdosVerdict) {
                                                "\npclose('" + command + "') exit status: 1\n");
   EXPECT_EQ(0, storage_do_fdisk("-V", long_script.c_str()));
   const rlimit no_descriptors = {3, 3};  // no pipe can be opened
-  EXPECT_EXIT((setrlimit(RLIMIT_NOFILE, &no_descriptors), exit(storage_do_fdisk("/dev/sdz", script))),
+  EXPECT_EXIT((setrlimit(RLIMIT_NOFILE, &no_descriptors), _exit(storage_do_fdisk("/dev/sdz", script))),
               testing::ExitedWithCode(0), "popen\\(fdisk -u '/dev/sdz', w\\) failed: Too many open files\n");
   EXPECT_EQ("", test::captured_stderr([&] { EXPECT_EQ(0, storage_do_fdisk("/dev/it's", script)); }));
 }
