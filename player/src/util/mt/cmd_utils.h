@@ -13,9 +13,9 @@
  *   - cmd_utils_run_cmd waits without limit, logging "still waiting for '%s' (pid %d)..."
  *     every 4 seconds (every 20th 200-ms poll);
  *   - cmd_utils_run_cmd_write gives up after 50 polls (about 10 seconds), logs "Warning:
- *     breaking infinite loop." (unless quiet) and returns WaitFailed with EAGAIN, unless the run already
- *     ended with another status (a cancelled run stays Cancelled). The child is then left
- *     running (it ignores SIGTERM) and is the caller's to deal with.
+ *     breaking infinite loop." (unless quiet) and returns WaitFailed with EAGAIN, unless the
+ *     run already ended with another status (a cancelled run stays Cancelled). The child is
+ *     then left running (it ignores SIGTERM) and is the caller's to deal with.
  * Once the child has exited, it is reaped at once; the 200-ms period is the longest pause,
  * not a fixed cost of every run.
  *
