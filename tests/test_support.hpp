@@ -99,9 +99,10 @@ inline string_array* string_array_of(std::initializer_list<std::string> items) {
   return sa;
 }
 
-// A new properties container holding the entries of `text` (properties file format).
-inline properties* properties_of(const std::string& text) {
-  properties* p = properties_create_empty();
+// A new properties container, with an index when asked, holding the entries of `text`
+// (properties file format).
+inline properties* properties_of(const std::string& text, bool with_index = false) {
+  properties* p = with_index ? properties_create_with_index() : properties_create_empty();
   properties_build_from_buffer(p, text.c_str());
   return p;
 }

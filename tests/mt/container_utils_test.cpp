@@ -14,12 +14,6 @@ std::string joined(const char** strings) {
   return text;
 }
 
-properties* parse(const std::string& text) {
-  properties* p = properties_create_empty();
-  properties_build_from_buffer(p, text.c_str());
-  return p;
-}
-
 }  // namespace
 
 // Saved as properties text and parsed back (what a settings file does), every object comes back equal.
@@ -51,7 +45,7 @@ TEST(ContainerUtils, EverythingSavedIsRestoredEqual) {
   string_builder_save(nullptr, p, "no_path");
   string_set_save(nullptr, p, "no_set");
   string_map_save(nullptr, p, "no_map");
-  properties* loaded = parse(saved(p));
+  properties* loaded = test::properties_of(saved(p));
 
   string_array* sa2 = string_array_restore(loaded, "list");
   EXPECT_EQ(1, string_array_equals(sa, sa2));
@@ -124,7 +118,7 @@ TEST(ContainerUtilsKeys, MissingInconsistentOrHugeEntriesAreAssertionsOrNull) {
       {builder, item + std::string("0.start = 0\n0.begin = 0\n"), "Assertion `end >= begin'"},
       {builder, item + std::string("0.start = 0\n0.begin = 0\n0.end = 1\n"), "Assertion `end == t->buf_length'"}};
   for (const Case& c : cases) {
-    properties* p = parse(c.text);
+    properties* p = test::properties_of(c.text);
     const char* module = c.restore == builder ? "string_builder" : "container_utils";  // the builder's own module
     EXPECT_DEATH(c.restore(p), std::string("player/src/util/mt/") + module + ":[0-9]+: .*" + c.assertion) << c.text;
     properties_free(p);
@@ -137,7 +131,7 @@ TEST(ContainerUtilsKeys, MissingInconsistentOrHugeEntriesAreAssertionsOrNull) {
            {"n.is_not_null = 1\nn.size = -1\n", "n", "null"}, {"n.is_not_null = 0\nn.size = 1\n", "n", "null"},
            {"n.is_not_null = 1\nn.size = 3\nn.value.0 = 5\n", "n", "5 -1 -1 "},
            {".is_not_null = 1\n.size = 99\n", nullptr, "null"}, {".is_not_null = 1\n.size = 0\n", nullptr, ""}}) {
-    properties* p = parse(c.text);
+    properties* p = test::properties_of(c.text);
     long_long_array* lla = long_long_array_restore_bounded(p, c.prefix);
     std::string items = lla ? "" : "null";
     for (int i = 0; lla && i < lla->size; ++i) items += std::to_string(lla->items[i]) + " ";

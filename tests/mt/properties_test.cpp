@@ -14,12 +14,6 @@ std::string entries(const properties* p) {
   return text;
 }
 
-properties* parse(const char* text, bool with_index = false) {
-  properties* p = with_index ? properties_create_with_index() : properties_create_empty();
-  properties_build_from_buffer(p, text);
-  return p;
-}
-
 std::string saved(const properties* p) { return test::take_string(properties_save_to_buffer(p)); }
 
 using test::captured_stdout;
@@ -27,7 +21,7 @@ using test::captured_stdout;
 }  // namespace
 
 TEST(Properties, ParsesHardLines) {
-  properties* p = parse(
+  properties* p = test::properties_of(
       "  key  =  a = b  \r\n"
       "\r\n   \n# comment = no\n  #also = no\n=novalue\n   = blank key\nno equals sign\n"
       "empty =\n\tx\v=\f1\t\r\n"
@@ -37,21 +31,22 @@ TEST(Properties, ParsesHardLines) {
   properties_free(p);
 
   for (bool with_index : {false, true}) {  // a repeated key keeps its first position
-    properties* q = parse("a=1\nb=2\na=3\n", with_index);
+    properties* q = test::properties_of("a=1\nb=2\na=3\n", with_index);
     EXPECT_EQ("a=3;b=2;", entries(q));
     EXPECT_EQ(0, properties_find(q, "a"));
     properties_free(q);
   }
   std::string many;  // beyond a few entries, duplicates are found through a hash table
   for (int i = 0; i < 300; ++i) many += "k" + std::to_string(i % 100) + "=" + std::to_string(i) + "\n";
-  p = parse(many.c_str());
+  p = test::properties_of(many.c_str());
   EXPECT_EQ(100, p->count);
   EXPECT_EQ("k7=207;", entries(p).substr(entries(p).find("k7=")).substr(0, 7));
   properties_free(p);
 }
 
 TEST(Properties, GettersConvertPresentValuesAndDefaultOnlyMissingOnes) {
-  properties* p = parse("n = 12abc\nword = abc\nbig = 4294967297\nneg = -1\nll = -9000000000\nd = 2.5x\n");
+  properties* p =
+      test::properties_of("n = 12abc\nword = abc\nbig = 4294967297\nneg = -1\nll = -9000000000\nd = 2.5x\n");
   EXPECT_EQ(12, properties_get_int(p, "n", 7));
   EXPECT_EQ(0, properties_get_int(p, "word", 7));
   EXPECT_EQ(7, properties_get_int(p, "missing", 7));
@@ -98,7 +93,7 @@ TEST(Properties, SettersReplaceInPlaceAndFormatNumbers) {
 
 TEST(Properties, RemovalClosesTheGapAndLeavesIndexPositionsAsTheyWere) {
   for (bool with_index : {false, true}) {
-    properties* p = parse("a=1\nb=2\nc=3\nd=4\n", with_index);
+    properties* p = test::properties_of("a=1\nb=2\nc=3\nd=4\n", with_index);
     EXPECT_EQ(1, properties_remove(p, "b"));
     EXPECT_EQ(0, properties_remove(p, "b"));
     EXPECT_EQ("a=1;c=3;d=4;", entries(p));
@@ -119,7 +114,7 @@ TEST(Properties, EscapedValuesSurviveSaveAndLoad) {
             "6 = \n7 = \"half\n8 = a\"b\n",
             saved(p));
   char* text = properties_save_to_buffer(p);
-  properties* loaded = parse(text);
+  properties* loaded = test::properties_of(text);
   free(text);
   for (int i = 0; i < loaded->count; ++i) {
     properties_unescape_value(loaded->values[i]);
@@ -133,8 +128,8 @@ TEST(Properties, EscapedValuesSurviveSaveAndLoad) {
 }
 
 TEST(Properties, CopiesCompareRegardlessOfOrder) {
-  properties* a = parse("x=1\ny=2\n");
-  properties* b = parse("y=2\nx=1\n", true);
+  properties* a = test::properties_of("x=1\ny=2\n");
+  properties* b = test::properties_of("y=2\nx=1\n", true);
   EXPECT_EQ(1, properties_equal(a, b));
   properties* copy = properties_copy(b);
   EXPECT_TRUE(copy->index != nullptr && entries(b) == entries(copy));
@@ -190,7 +185,7 @@ TEST_F(PropertiesFiles, ReadingIsCappedAtOneMebibyteExceptForTheUnlimitedLoader)
 }
 
 TEST_F(PropertiesFiles, SavesReportFailuresAndLeaveThePreviousFile) {
-  properties* p = parse("a = 1\nb = 2\n");
+  properties* p = test::properties_of("a = 1\nb = 2\n");
   std::string target = file("s.properties");
   EXPECT_EQ(0, properties_save_to_internal_file(p, target.c_str(), 0));
   EXPECT_EQ("a = 1\nb = 2\n", test::read_file(target));
@@ -216,13 +211,13 @@ TEST_F(PropertiesFiles, SavesReportFailuresAndLeaveThePreviousFile) {
 
 TEST_F(PropertiesFiles, SaveIfChangedPrintsTheChangeLogAndSkipsUnchangedFiles) {
   std::string target = file("c.properties");
-  properties* p = parse("a = 1\nb = 2\n");
+  properties* p = test::properties_of("a = 1\nb = 2\n");
   EXPECT_EQ("Saving C. Changes:\nnew: a = 1\nnew: b = 2\n", captured_stdout([&] {
               EXPECT_EQ(1, properties_save_to_internal_file_using_tmp_if_changed(p, target.c_str(), 0, "C"));
             }));
   struct stat before, after;
   stat(target.c_str(), &before);
-  properties* reordered = parse("b = 2\na = 1\n");
+  properties* reordered = test::properties_of("b = 2\na = 1\n");
   EXPECT_EQ("Saving C: no changes found.\n", captured_stdout([&] {
               EXPECT_EQ(0, properties_save_to_internal_file_using_tmp_if_changed(reordered, target.c_str(), 0, "C"));
             }));
@@ -305,7 +300,7 @@ TEST_F(PropertiesFiles, AtomicSaveSurvivesKillsAtRandomMoments) {
 // save, a file of another mode) plays no part in the save, and the saved file keeps the mode
 // and owner of the one it replaces.
 TEST_F(PropertiesFiles, AtomicSavesIgnoreWhatIsAtTheTemporaryNameAndKeepModeAndOwner) {
-  properties* p = parse("password = secret\n");
+  properties* p = test::properties_of("password = secret\n");
   std::string target = file("s.properties"), victim = file("victim");
   using Save = int (*)(const properties*, const char*, int);
   for (Save save : {Save(properties_save_to_internal_file_using_tmp), Save(properties_safe_save_to_internal_file)}) {
